@@ -1,0 +1,56 @@
+#ifndef KX_DISPLAYORDER_H
+#define KX_DISPLAYORDER_H
+
+#include <QVector>
+#include <QtGlobal>
+
+// Display ordering of the roster as pure functions over a light copy of the
+// fields that matter. The controller builds the items from its records, runs
+// the rule and writes join times and flags back.
+namespace kxorder {
+
+struct OrderItem {
+    bool unjoined = false;          // "unjoined_" participant
+    bool shareRecord = false;       // "sharescreen_" record
+    bool sharingUser = false;       // the participant who shares
+    bool self = false;              // the local user
+    int role = 0;                   // 1 host
+    bool videoStatusChange = false;
+    bool preview = true;
+    int streamStatus = 0;
+    qint64 joinTime = 0;
+};
+
+struct OrderResult {
+    // Input indices in display order. The walk keeps one share record (the
+    // last), one sharing user (the last), two hosts (the first and the last)
+    // and one local user (the last); any other of those kinds is left out.
+    QVector<int> order;
+    QVector<qint64> joinTime;         // per input index, possibly rewritten
+    QVector<bool> videoStatusChange;  // per input index, after the walk
+    int hostIndex = -1;               // first role-1 participant (input index) or -1
+    int secondHostIndex = -1;
+    int selfIndex = -1;
+    int shareIndex = -1;
+    int sharingUserIndex = -1;
+    QVector<int> changed;             // input indices whose video flag had just changed
+};
+
+// The full reordering. focusMode: the layout is 4..8.
+OrderResult displayOrder(const QVector<OrderItem>& roster, bool focusMode);
+
+// Index at which testChangePersonToHead re-inserts a participant after removing it
+// (sizeAfterRemoval = roster size without it), or -1 when it must not move.
+// currentIndex is its index before removal.
+int changeToHeadIndex(int currentIndex, int sizeAfterRemoval, bool self, int role,
+                      bool sharePresent, bool isSharingUser);
+
+// testNeedOrder: the participant at index has no video but someone after it has.
+bool needOrder(const QVector<OrderItem>& roster, int index);
+
+// Insertion index of a newcomer on arrival (roster in display order).
+int arrivalIndex(const QVector<OrderItem>& roster, qint64 joinTime);
+
+} // namespace kxorder
+
+#endif

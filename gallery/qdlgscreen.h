@@ -1,0 +1,268 @@
+#ifndef KX_QDLGSCREEN_H
+#define KX_QDLGSCREEN_H
+
+#include <QDialog>
+#include <QElapsedTimer>
+#include <QImage>
+#include <QMap>
+#include <QMutex>
+#include <QSet>
+#include <QPoint>
+#include <QRect>
+#include <QStringList>
+#include <QVector>
+#include <atomic>
+
+class CPlayWidget;
+class QDlgPicInPic;
+class QMyPageCtrl;
+struct tagPersonInfo;
+struct KxCloudRTCVideoFrameQT;
+
+namespace kxorder {
+struct OrderItem;
+}
+
+// The gallery controller: the roster, the tile pool, ordering, paging, stream
+// types and the layouts. Lives on the interface thread; only AddMeetingPerson
+// and playFrame run on host threads.
+//
+// Split by concern over several files: qdlgscreen.cpp (construction, routing),
+// _roster (participants and the tile map), _order (display order), _stream
+// (stream types and timers), _frame (frame intake), _layout (the layout
+// passes and mode switching), _paging (pages and page controls), _focus (focus,
+// look states, sharing, picture-in-picture, overlay actions).
+class QDlgScreen : public QDialog
+{
+    Q_OBJECT
+public:
+    explicit QDlgScreen(QWidget* parent = nullptr);
+    ~QDlgScreen() override;
+
+    typedef QMap<CPlayWidget*, tagPersonInfo*> PlayMap;
+
+    // --- host thread ---------------------------------------------------------
+    void* AddMeetingPerson(QString userID, QString qstrExtra, QString userName, qint64 joinTime,
+                           int iExtra, void* pUserData, int m_iStatus);
+    bool playFrame(void* person, KxCloudRTCVideoFrameQT* frame);
+
+    // --- roster and tile map -----------------------------------------------------
+    bool DelMeetingPerson(void* person);
+    bool DelPerson(tagPersonInfo* person);
+    bool RemovePersonFromPlayMap(tagPersonInfo* person);
+    CPlayWidget* findPlayWidgetByPersonInfo(tagPersonInfo* person) const;
+    tagPersonInfo* getPersonInfoByPlayWidgetPtr(CPlayWidget* widget) const;
+    bool isHasPerson(tagPersonInfo* person) const;
+    static bool isUnjoinedPerson(tagPersonInfo* person);
+    CPlayWidget* attachNewWidget(PlayMap::iterator it, tagPersonInfo* person);
+    void resetLastNotUsePlayWidget(PlayMap::iterator& it);
+    void releasePlayWidget();
+    void releasePlayWidgetByPersonInfo(tagPersonInfo* person);
+    void resetAll();
+    void resetAllPlayMap();
+    bool updatePersonInfo(void* person, bool bSelf, int iRoleType, QString name);
+    bool updateUnJoinedPersonInfo(void* person, QString name, int status, const QImage& head);
+    bool updatePersonHeadImg(void* person, const QImage& head);
+    void setPreview(void* person, bool bPreview);
+    bool setMute(void* person, bool bVolMute);
+    bool setVolume(void* person, int volume);
+    void changePersonVideoMute(bool bMute);
+    void notifyRemotePlay(tagPersonInfo* person, bool bPlay);
+    void notifyRecallPerson(tagPersonInfo* person);
+    tagPersonInfo* findPersonByUserID(const QString& userID) const;
+
+    // --- display order -------------------------------------------------------
+    bool testChangePersonToHead(tagPersonInfo* person, bool bSelf, int iRoleType);
+    bool testNeedOrder(tagPersonInfo* person, int index);
+    qint64 getMinJoinTime();
+    qint64 getMaxJoinTime();
+    void setJoinMeetingFinish();
+    bool isJoinMeetingFinish() const { return m_bJoinFinish; }
+
+    // --- stream types and timers ----------------------------------------------
+    void setPersonStreamType(tagPersonInfo* person, int iStreamType);
+    void switchStream(tagPersonInfo* person, int streamType);
+    void setPersonDefStreamType(void* person);
+    int getCurPageStreamType() const;
+    void resetStreamTick();
+    void testStartCheckTimer();
+    void testStopCehckTimer();
+    int checkTimerId() const { return m_iCheckTimerId; }
+    int videoMuteTimerId() const { return m_iVideoMuteTimerId; }
+    // One pass of the check timer (the timer calls it every second).
+    void onCheckTimer();
+    // What the video-mute timer does when it fires.
+    void onVideoMuteTimer();
+
+    // --- modes and layouts ------------------------------------------------------
+    bool setMeetingMode(int mode);
+    void reposPlayWnd();
+    static bool IsFocusMode(int mode);
+    bool Is6CurOr8CurMode() const;
+    void hideAllPlayWnd();
+    void reLayoutEqualCut();
+    void reLayout6Cut();
+    void reLayout8Cut();
+    void reLayoutSpeaker(int mode);
+    void reLayoutSpeaker4();
+    void reLayoutPicinPic();
+    void reposMeetingSignalFull();
+    void getFoucsStartPos(int& start, int& end);
+
+    // --- paging -----------------------------------------------------------
+    bool nextPage();
+    bool prevPage();
+    void testShowPageButton(const QRect* rcSmall);
+    void testPrevPageForDelPerson();
+    int pageIndex() const { return m_iPageIdx; }
+    bool isStripHidden() const { return m_bStripHidden; }
+
+    // --- focus, look states, sharing, picture-in-picture -------------------------
+    tagPersonInfo* getFoucsPerson() const;
+    void reAddFocusPersonToPlayMap();
+    bool isShareScreenUser(const QString& userID) const;
+    bool testIsShareInExtMode() const;
+    bool testDelPersonIsMax(tagPersonInfo* person) const;
+    bool testResetPreFocus();
+    void testCancelLockLook(tagPersonInfo* person);
+    void testHideMoreMenu();
+    void testShowPicInPicDialog(bool bShow);
+    QWidget* GetPicInPicWidgetPtr() const;
+    QRect GetShareWgtPos() const;
+    QString allLookUserID() const;
+    QString lockLookUserID() const;
+    QString shareUserID() const;
+    bool isLocalShare() const;
+    CPlayWidget* getCurSelPlayWidgetPtr();
+
+    // --- state for the host interface and tests --------------------------------
+    const QVector<tagPersonInfo*>& persons() const { return m_vecPerson; }
+    const PlayMap& playMap() const { return m_mapPlay; }
+    CPlayWidget* focusPlayWidget() const { return m_pFocusPlayWidget; }
+    tagPersonInfo* focusPerson() const { return m_pFocusPerson; }
+    CPlayWidget* maxPlayWidget() const { return m_pMaxPlayWnd; }
+    QMyPageCtrl* pageCtrl(int index) const; // 0 pageNext, 1 stripNext, 2 pagePre, 3 stripPre, 4 pageDown, 5 pageUp, 6 leftShow, 7 rightHide
+    qint64 minJoinTime() const { return m_minJoinTime.load(); }
+    qint64 maxJoinTime() const { return m_maxJoinTime.load(); }
+    QStringList subtitles() const { return m_subtitles; }
+
+public slots:
+    void onModMove(QRect rect, int flags);
+    void onModAllLook(void* person, bool bAllLook);
+    void onModLookLock(void* person, bool bLock);
+    void onModPreview(void* person, bool bPreview);
+    void onModDelPerson(void* person);
+    void onMeetingMode(int mode);
+    void onModScreenToolbar(QRect rect, bool bShow);
+    void onModAudioMute(void* person, bool bMute);
+    void onModHasMic(void* person, bool bHasMic);
+    void onModPersonInfo(void* person, bool bSelf, int iRoleType, QString name);
+    void onModVolume(void* person, int volume);
+    void onModAddPerson(void* person);
+    void onPlayFrameUpdateUI(void* person, int width, int height);
+    void onModFocusByUserID(QString userID);
+    void onModSwitchMode();
+    void onNotifyUpdateUserInfo(void* pPlayHdl, void* person);
+    void onModMoreInHide(void* person);
+    void onModSetScreenMode(int mode);
+    void onModJoinMeetingFinish();
+    void onNotifyClickExtPlayWidget(void* person);
+    void onSetPicInPicOne();
+    void onSetPicInPicMutil(bool bMulti);
+    void onPicInPicChangePage(bool bNext);
+    void onClickPicInPicPlayWidget(void* person);
+    void onModVoiceActivate(QString userID);
+    void onModCancelVoiceActivate();
+    void onModSetSpeakList(QString userIDs);
+    void onClickPageCtl(QWidget* ctrl);
+    void onClickAudioCtl(void* person);
+    void onClickMore(void* person, int pos);
+    void onRecallPerson(void* person);
+    void onModSetSharePause(bool bPause);
+    void onModPrimaryScreenChanged(bool bPrimary);
+    void onModStartLocalShare(int iShareType, bool bShare);
+    void onModStopLocalShare();
+    void onModSetShareWatermark(QString text, bool bShow);
+    void onModShareWhiteBoard(QString userID, bool bShare, bool bDulMode);
+    void onModReposShareWgtPos();
+    void onModUpdateNetWeak(QString userID, bool bNetWeak, int iNetLevel);
+    void onModAddSubtitle(int iType, int iIndex, QString name, QString text);
+    void onModClearSubtitles();
+    void onModOpenSubtitle(bool bOpen);
+    void onModMeetingRoomMinimized(bool bMinimized);
+    void onDisplayOrder(bool bOrderForMute);
+    void onKey(int key);
+    void onWheel(int delta);
+    void onLeftBtnDBClick(CPlayWidget* widget);
+    void onPlayStatusChange(CPlayWidget* widget);
+    void onPlayWidgetLBtnClick(CPlayWidget* widget);
+
+protected:
+    void timerEvent(QTimerEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void InitPlayWidget();
+    void initModSlotMap();
+    void bindTile(PlayMap::iterator it, tagPersonInfo* person, bool bFlag);
+    void resetPlayWidgetPtr(tagPersonInfo* person);
+    void refreshTile(tagPersonInfo* person);
+    kxorder::OrderItem orderItemOf(tagPersonInfo* person) const;
+    void NotifyShareWgtPos();
+    void CheckShareWgtPosChanged();
+    void logPlayMap(const char* tag) const;
+    void notifyDBClickPlayWnd();
+
+    struct Form;
+    Form* ui = nullptr;                          // the widget form
+    CPlayWidget* m_pFocusPlayWidget = nullptr;   // ninth tile, never in m_mapPlay
+    tagPersonInfo* m_pFocusPerson = nullptr;
+    tagPersonInfo* m_pPreFocusPerson = nullptr;
+    CPlayWidget* m_pCurSelPlayWidget = nullptr;
+    CPlayWidget* m_pMaxPlayWnd = nullptr;        // the tile of full-screen mode 9
+    CPlayWidget* m_pVoiceActivatePlayWidget = nullptr;
+    int m_iCheckTimerId = 0;
+    PlayMap m_mapPlay;
+    QVector<tagPersonInfo*> m_vecPerson;
+    tagPersonInfo* m_pExtSharePerson = nullptr;  // share shown only on the external screen
+    tagPersonInfo* m_pSharePerson = nullptr;     // share bookkeeping
+    int m_iPageIdx = 0;
+    int m_iPicInPicPageIdx = 0;
+    QPoint m_ptMoreMenu;                         // where the "more" menu was opened
+    tagPersonInfo* m_pAllLookPerson = nullptr;
+    int m_iPreLockMode = 0;
+    std::atomic<qint64> m_minJoinTime;
+    std::atomic<qint64> m_maxJoinTime;
+    QPoint m_ptLastShareWgt;                     // last announced share tile position
+    QElapsedTimer m_timePageTurn;
+    int m_iVideoMuteTimerId = 0;
+    QMyPageCtrl* m_pPagePre = nullptr;
+    QMyPageCtrl* m_pPageNext = nullptr;
+    QMyPageCtrl* m_pStripPre = nullptr;
+    QMyPageCtrl* m_pStripNext = nullptr;
+    QMyPageCtrl* m_pPageDown = nullptr;
+    QMyPageCtrl* m_pPageUp = nullptr;
+    QMyPageCtrl* m_pCtrlRHide = nullptr;
+    QMyPageCtrl* m_pCtrlLShow = nullptr;
+    bool m_bStripHidden = false;
+    QDlgPicInPic* m_pPicInPic = nullptr;
+
+    bool m_bJoinFinish = false;
+    QString m_qstrFocusUserID;                   // chosen with KXScreen_FocusByUserID
+    CPlayWidget* m_pMoreMenuPlayWidget = nullptr; // tile whose "more" menu is open
+    tagPersonInfo* m_pMoreMenuPerson = nullptr;
+    QMap<int, void (QDlgScreen::*)()> m_mapModeSlot; // layout pass of each mode
+    QStringList m_subtitles;
+    bool m_bShareWgtKnown = false;
+    // Records this controller created: the configuration's signals reach every
+    // gallery in the process, and each takes in only its own participants.
+    mutable QMutex m_ownedLock;
+    QSet<void*> m_setOwned;
+    bool isOwnedPerson(void* person) const;
+    void forgetPerson(tagPersonInfo* person); // unregisters and frees a record
+};
+
+#endif

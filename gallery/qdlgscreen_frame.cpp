@@ -1,0 +1,77 @@
+// Frame intake: the host thread's side and the interface thread's follow-up.
+#include "qdlgscreen.h"
+
+#include "cplaywidget.h"
+#include "kxscreenmod2.h"
+#include "modulelog.h"
+#include "personinfo.h"
+#include "qdlgplayinfo.h"
+#include "qkxscreenconfig.h"
+
+#include <QDateTime>
+
+bool QDlgScreen::playFrame(void* person, KxCloudRTCVideoFrameQT* frame)
+{
+    // Host thread, under the frame lock: the record cannot be freed meanwhile.
+    auto* p = static_cast<tagPersonInfo*>(person);
+    if (!p || !frame)
+        return false;
+    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+    if (cfg->testDelPerson(p, false)) {
+        KXLOG << "xxxx playFrame pPerson had del";
+        return false;
+    }
+    if (!p->bPreview)
+        return false;
+    if (cfg->cacheEveryFrame())
+        cfg->dumpFrame(p, frame);
+    emit cfg->playFrameUpdateUI(p, frame->width, frame->height);
+    CPlayWidget* tile = p->pWidget;
+    if (tile) {
+        p->addTime = QDateTime::currentMSecsSinceEpoch();
+        return tile->PlayOneFrame(frame);
+    }
+    if (cfg->m_bSilenceSelfNoTile && p->bSelf)
+        return false;
+    KXLOG << "pInfo->pWidget == nullptr userName:" << p->userName << ", userID:" << p->userID;
+    return false;
+}
+
+void QDlgScreen::onPlayFrameUpdateUI(void* person, int width, int height)
+{
+    auto* p = static_cast<tagPersonInfo*>(person);
+    if (!p)
+        return;
+    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+    if (cfg->testDelPerson(p, false)) {
+        KXLOG << "xxxxx QDlgScreen::onPlayFrameUpdateUI testDelPerson, pPerson:" << person;
+        return;
+    }
+    // Every gallery hears the signal; only the one that shows the record acts.
+    if (!isHasPerson(p))
+        return;
+    const int oldStatus = p->eStreamStatus;
+    bool bChanged = false;
+    if (p->userID == cfg->m_extUserID && cfg->m_bExtScreenShowing && p->iStreamType != 4) {
+        KXLOG << "[ScreenMod]qstrUserID:" << p->userID << ",userName:" << p->userName;
+        p->bStreamTypeChange = true;
+        p->iStreamType = 4;
+    }
+    if (p->bStreamTypeChange) {
+        KXLOG << "[ScreenMod]userName:" << p->userName << ",streamType:" << p->iStreamType << ",bSelf:" << p->bSelf;
+        p->bStreamTypeChange = false;
+        if (!p->bSelf && !p->userName.isEmpty())
+            switchStream(p, p->iStreamType);
+    }
+    if (p->iWidth != width || p->iHeight != height)
+        bChanged = true;
+    p->eStreamStatus = 2;
+    if (oldStatus != 2) {
+        bChanged = true;
+        KXLOG << "userID:" << p->userID << ",userName:" << p->userName << ",bHasStream:true";
+        KXLOG << "notifyDisplayOrder, userName:" << p->userName;
+        emit cfg->notifyDisplayOrder(false);
+    }
+    if (bChanged && p->pWidget && p->pWidget->playInfo())
+        p->pWidget->playInfo()->refreshDisplay();
+}

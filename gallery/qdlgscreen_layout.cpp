@@ -1,0 +1,490 @@
+// Layout passes and mode switching. The rectangles come from the pure
+// geometry functions; the passes bind participants to tiles and apply them.
+#include "qdlgscreen.h"
+
+#include "cplaywidget.h"
+#include "layoutgeometry.h"
+#include "modulelog.h"
+#include "pagingrules.h"
+#include "personinfo.h"
+#include "qdlgpicinpic.h"
+#include "qdlgplayinfo.h"
+#include "qkxscreenconfig.h"
+
+bool QDlgScreen::IsFocusMode(int mode)
+{
+    return kxpaging::isFocusMode(mode);
+}
+
+bool QDlgScreen::Is6CurOr8CurMode() const
+{
+    return kxpaging::is6CutOr8CutMode(QKXScreenConfig::getInstance()->curScreenMode());
+}
+
+void QDlgScreen::hideAllPlayWnd()
+{
+    for (auto it = m_mapPlay.constBegin(); it != m_mapPlay.constEnd(); ++it)
+        it.key()->hide();
+    if (m_pFocusPlayWidget)
+        m_pFocusPlayWidget->hide();
+}
+
+CPlayWidget* QDlgScreen::getCurSelPlayWidgetPtr()
+{
+    if (!m_pCurSelPlayWidget && !m_mapPlay.isEmpty())
+        m_pCurSelPlayWidget = m_mapPlay.firstKey();
+    return m_pCurSelPlayWidget;
+}
+
+bool QDlgScreen::setMeetingMode(int mode)
+{
+    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+    KXLOG << "[ScreenMod]setMeetingMode:" << mode << cfg->preScreenMode();
+    if (cfg->curScreenMode() == 9 && mode != 9)
+        m_pMaxPlayWnd = nullptr;
+    if (!getCurSelPlayWidgetPtr())
+        return false;
+    cfg->setCurScreenMode(mode);
+    if (mode != 9) {
+        KXLOG << "notifyDisplayOrder";
+        emit cfg->notifyDisplayOrder(false);
+    } else {
+        reposPlayWnd();
+    }
+    return true;
+}
+
+void QDlgScreen::onMeetingMode(int mode)
+{
+    m_iPageIdx = 0;
+    setMeetingMode(mode);
+    if (mode == 1 && m_pAllLookPerson && m_pAllLookPerson->pWidget)
+        m_pAllLookPerson->pWidget->playInfo()->refreshDisplay();
+}
+
+void QDlgScreen::onModSetScreenMode(int mode)
+{
+    onMeetingMode(mode);
+}
+
+void QDlgScreen::onModSwitchMode()
+{
+    if (m_vecPerson.size() <= 1) {
+        KXLOG << "onModSwitchMode,vecPerson.size()<=1";
+        return;
+    }
+    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+    const int cur = cfg->curScreenMode();
+    int next;
+    if (cur == 1) {
+        next = 5;
+    } else if (cur == 5) {
+        next = 1;
+    } else {
+        // The toggle never goes back to full screen.
+        if (cfg->preScreenMode() == 9)
+            cfg->setPreScreenMode(5);
+        next = cfg->preScreenMode();
+    }
+    onMeetingMode(next);
+}
+
+void QDlgScreen::reposPlayWnd()
+{
+    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+    hideAllPlayWnd();
+    int mode = cfg->curScreenMode();
+    if (mode < 1 || mode > 9) {
+        mode = 1;
+        cfg->setCurScreenMode(1);
+    }
+    if (mode != 4 && mode != 9 && m_pPicInPic)
+        m_pPicInPic->hide();
+    if (mode != 8)
+        cfg->m_bSpeaker4Active = false;
+    cfg->m_pSecondBigPlayWidget = nullptr;
+    cfg->m_pBigPlayWidget = nullptr;
+    testShowPageButton(nullptr);
+
+    switch (mode) {
+    case 9:
+        reposMeetingSignalFull();
+        cfg->m_pMaxPlayWidget = m_pMaxPlayWnd;
+        break;
+    case 5:
+    case 6:
+    case 7:
+        reLayoutSpeaker(mode);
+        cfg->m_pFocusPlayWidget = m_pFocusPlayWidget;
+        break;
+    case 8:
+        cfg->m_bSpeaker4Active = true;
+        reLayoutSpeaker4();
+        cfg->m_pFocusPlayWidget = m_pFocusPlayWidget;
+        break;
+    case 1:
+        reAddFocusPersonToPlayMap();
+        reLayoutEqualCut();
+        testShowPageButton(nullptr);
+        break;
+    case 2:
+    case 3:
+    case 4: {
+        if (mode != 4)
+            reAddFocusPersonToPlayMap();
+        auto pass = m_mapModeSlot.value(mode);
+        (this->*pass)();
+        break;
+    }
+    default:
+        KXLOG << "[ScreenMod]curScreenMode:" << mode;
+        break;
+    }
+
+    if (m_pCurSelPlayWidget && !m_pCurSelPlayWidget->isVisible())
+        m_pCurSelPlayWidget = nullptr;
+    testHideMoreMenu();
+    if (m_bJoinFinish) {
+        // Video on screen is pulled at once; what went off screen is stopped
+        // only once the layout has been still for five seconds.
+        changePersonVideoMute(false);
+        if (m_iVideoMuteTimerId)
+            killTimer(m_iVideoMuteTimerId);
+        m_iVideoMuteTimerId = startTimer(5000, Qt::CoarseTimer);
+    }
+    emit cfg->notifyCurScreenMode(mode);
+    NotifyShareWgtPos();
+    CheckShareWgtPosChanged();
+    update();
+}
+
+void QDlgScreen::reLayoutEqualCut()
+{
+    const int n = m_vecPerson.size();
+    if (n < 1)
+        return;
+    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+    const int type = getCurPageStreamType();
+    // The display-order flag is consumed by exactly one grid pass.
+    const bool bOrderFlag = cfg->m_bDisplayOrderFlag;
+    cfg->m_bDisplayOrderFlag = false;
+    const int W = width();
+    const int H = height();
+
+    auto it = m_mapPlay.begin();
+    for (int i = 0; i < 6; ++i) {
+        const int k = m_iPageIdx * 6 + i;
+        if (it == m_mapPlay.end() || k >= n)
+            break;
+        tagPersonInfo* person = m_vecPerson.at(k);
+        CPlayWidget* tile = it.key();
+        if (it.value() != person)
+            bindTile(it, person, !bOrderFlag);
+        else
+            tile->playInfo()->refreshDisplay();
+        ++it;
+        if (tile) {
+            const QRect rc = kxlayout::equalCutRect(W, H, n, i);
+            if (i == 0) {
+                tile->setGeometry(rect());
+                tile->showTile();
+            }
+            tile->setGeometry(rc);
+            tile->showTile();
+            tile->raise();
+            KXLOG << "show playWidget:" << tile << ", rcTmp:" << rc << ", iMeetCount:" << n;
+        }
+        setPersonStreamType(person, type);
+        releasePlayWidgetByPersonInfo(person);
+    }
+    for (auto m = m_mapPlay.constBegin(); m != m_mapPlay.constEnd(); ++m)
+        KXLOG << "m_mapPlay, pWidget:" << m.key() << ",widget rect:" << m.key()->geometry() << ",person:" << m.value();
+    resetLastNotUsePlayWidget(it);
+    for (tagPersonInfo* p : qAsConst(m_vecPerson))
+        KXLOG << "equalCut Mode userName:" << p->userName << ",pWidget:" << p->pWidget;
+}
+
+void QDlgScreen::reLayout6Cut()
+{
+    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+    const int n = m_vecPerson.size();
+    const int W = width();
+    const int H = height();
+    const bool bOrderFlag = cfg->m_bDisplayOrderFlag;
+    int type = getCurPageStreamType();
+    tagPersonInfo* p = nullptr;
+    auto it = m_mapPlay.begin();
+    for (int i = 0; i < 6; ++i) {
+        if (it == m_mapPlay.end())
+            break;
+        CPlayWidget* tile = nullptr;
+        const int k = m_iPageIdx * 6 + i;
+        if (k < n) {
+            p = m_vecPerson.at(k);
+            if (it.value() != p)
+                bindTile(it, p, !bOrderFlag);
+            else
+                it.key()->playInfo()->refreshDisplay();
+            tile = it.key();
+            ++it;
+        }
+        if (tile) {
+            const QRect rc = kxlayout::sixCutRect(W, H, n, i);
+            type = (i == 0) ? 4 : 2;
+            if (i == 0 && n != 1)
+                cfg->m_pBigPlayWidget = tile;
+            tile->setGeometry(rc);
+            tile->showTile();
+        }
+        if (p) {
+            KXLOG << "[ScreenMod]userName:" << p->userName << ",iStreamType:" << type;
+            setPersonStreamType(p, type);
+            releasePlayWidgetByPersonInfo(p);
+        }
+    }
+    resetLastNotUsePlayWidget(it);
+}
+
+void QDlgScreen::reLayout8Cut()
+{
+    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+    const int n = m_vecPerson.size();
+    const int W = width();
+    const int H = height();
+    const bool bOrderFlag = cfg->m_bDisplayOrderFlag;
+    int type = getCurPageStreamType();
+    tagPersonInfo* p = nullptr;
+    auto it = m_mapPlay.begin();
+    for (int i = 0; i < 8; ++i) {
+        if (it == m_mapPlay.end())
+            break;
+        CPlayWidget* tile = nullptr;
+        // Pages of six here too: a page index left by another layout is honoured.
+        const int k = m_iPageIdx * 6 + i;
+        if (k < n) {
+            p = m_vecPerson.at(k);
+            if (it.value() != p)
+                bindTile(it, p, !bOrderFlag);
+            else
+                it.key()->playInfo()->refreshDisplay();
+            tile = it.key();
+            ++it;
+        }
+        if (tile) {
+            const QRect rc = kxlayout::eightCutRect(W, H, n, i);
+            type = (i == 0) ? 4 : 2;
+            if (i == 0 && n != 1)
+                cfg->m_pBigPlayWidget = tile;
+            tile->setGeometry(rc);
+            tile->showTile();
+            KXLOG << "show playWidget:" << tile;
+        }
+        if (p) {
+            setPersonStreamType(p, type);
+            releasePlayWidgetByPersonInfo(p);
+        }
+    }
+    resetLastNotUsePlayWidget(it);
+}
+
+void QDlgScreen::getFoucsStartPos(int& start, int& end)
+{
+    const kxpaging::FocusRange r =
+        kxpaging::focusStartPos(m_iPageIdx, m_vecPerson.indexOf(m_pFocusPerson), m_vecPerson.size());
+    m_iPageIdx = r.pageIdx;
+    start = r.start;
+    end = r.end;
+}
+
+void QDlgScreen::reLayoutSpeaker(int mode)
+{
+    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+    if (m_vecPerson.isEmpty())
+        return;
+    // Focus participant: the big tile.
+    if (getFoucsPerson() != m_pFocusPerson && !isHasPerson(m_pFocusPerson))
+        reAddFocusPersonToPlayMap();
+    if (m_pFocusPerson && !m_pFocusPerson->pWidget)
+        reAddFocusPersonToPlayMap();
+    if (m_pFocusPerson) {
+        m_pFocusPerson->pWidget = m_pFocusPlayWidget;
+        if (!m_pFocusPlayWidget->personInfo())
+            m_pFocusPlayWidget->setPersonData(m_pFocusPerson, false);
+    } else {
+        m_pFocusPerson = getFoucsPerson();
+        if (!m_pFocusPerson)
+            return;
+        KXLOG << "focusPerson userName:" << m_pFocusPerson->userName;
+        m_pCurSelPlayWidget = m_pFocusPlayWidget;
+        m_pFocusPlayWidget->setPersonData(m_pFocusPerson, false);
+        if (m_pFocusPerson->pWidget != m_pFocusPlayWidget)
+            resetPlayWidgetPtr(m_pFocusPerson);
+        m_pFocusPerson->pWidget = m_pFocusPlayWidget;
+        RemovePersonFromPlayMap(m_pFocusPerson);
+    }
+    setPersonStreamType(m_pFocusPerson, 4);
+    releasePlayWidgetByPersonInfo(m_pFocusPerson);
+
+    const int n = m_vecPerson.size();
+    const int W = width();
+    const int H = height();
+    const kxlayout::SpeakerGeometry geo = kxlayout::speakerGeometry(mode, W, H, n, m_bStripHidden);
+    if (n <= 1) {
+        m_pFocusPlayWidget->setGeometry(geo.single);
+        m_pFocusPlayWidget->showTile();
+        return;
+    }
+    m_pFocusPlayWidget->setGeometry(geo.big);
+    m_pFocusPlayWidget->showTile();
+    KXLOG << "userID:" << m_pFocusPerson->userID << ",userName:" << m_pFocusPerson->userName;
+    const QRect rcSmall(0, 0, geo.smallSize.width(), geo.smallSize.height());
+    testShowPageButton(&rcSmall);
+
+    int start = 0;
+    int end = 0;
+    getFoucsStartPos(start, end);
+    const int slotCount = end - m_iPageIdx * 6;
+    auto it = m_mapPlay.begin();
+    int placed = 0;
+    int offset = 0;
+    int seen = 0;
+    while (placed < slotCount) {
+        if (it == m_mapPlay.end() || start + offset >= n)
+            break;
+        tagPersonInfo* p = m_vecPerson.at(start + offset);
+        if (p == m_pFocusPerson) {
+            ++offset;
+            continue;
+        }
+        if (++seen > 6)
+            break;
+        if (it.value() != p)
+            bindTile(it, p, false);
+        CPlayWidget* tile = it.key();
+        ++it;
+        KXLOG << "[ScreenMod]userName:" << p->userName << ",pPlayWidget:" << tile << p->pWidget;
+        setPersonStreamType(p, 2);
+        if (tile) {
+            const QRect rc = kxlayout::speakerSmallRect(mode, W, H, n, geo, placed);
+            tile->setGeometry(rc);
+            tile->showTile();
+            KXLOG << "xxx userName:" << p->userName << ",rcSmall:" << rc;
+        }
+        ++offset;
+        ++placed;
+    }
+    resetLastNotUsePlayWidget(it);
+}
+
+void QDlgScreen::reLayoutSpeaker4()
+{
+    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+    if (m_vecPerson.isEmpty())
+        return;
+    if (getFoucsPerson() != m_pFocusPerson)
+        reAddFocusPersonToPlayMap();
+    if (m_pFocusPerson && !m_pFocusPerson->pWidget)
+        reAddFocusPersonToPlayMap();
+    if (m_pFocusPerson) {
+        m_pFocusPerson->pWidget = m_pFocusPlayWidget;
+        if (!m_pFocusPlayWidget->personInfo())
+            m_pFocusPlayWidget->setPersonData(m_pFocusPerson, false);
+    } else {
+        m_pFocusPerson = getFoucsPerson();
+        if (!m_pFocusPerson)
+            return;
+        m_pCurSelPlayWidget = m_pFocusPlayWidget;
+        m_pFocusPlayWidget->setPersonData(m_pFocusPerson, false);
+        if (m_pFocusPerson->pWidget != m_pFocusPlayWidget)
+            resetPlayWidgetPtr(m_pFocusPerson);
+        m_pFocusPerson->pWidget = m_pFocusPlayWidget;
+        RemovePersonFromPlayMap(m_pFocusPerson);
+    }
+    m_pFocusPerson->bFocusMark = true;
+    setPersonStreamType(m_pFocusPerson, 4);
+    releasePlayWidgetByPersonInfo(m_pFocusPerson);
+
+    const int n = m_vecPerson.size();
+    const int W = width();
+    const int H = height();
+    if (n <= 1) {
+        m_pFocusPlayWidget->setGeometry(kxlayout::speaker4Geometry(W, H, n, 0, 0).single);
+        m_pFocusPlayWidget->showTile();
+        return;
+    }
+
+    auto it = m_mapPlay.begin();
+    tagPersonInfo* second = m_vecPerson.at(0) == m_pFocusPerson ? m_vecPerson.value(1) : m_vecPerson.at(0);
+    CPlayWidget* secondTile = nullptr;
+    if (second && it != m_mapPlay.end()) {
+        secondTile = it.key();
+        second->pWidget = secondTile;
+        it.value() = second;
+        secondTile->setPersonData(second, false);
+        setPersonStreamType(second, 4);
+        cfg->m_pSecondBigPlayWidget = secondTile;
+        ++it;
+    }
+    QVector<tagPersonInfo*> list = m_vecPerson;
+    list.removeOne(second);
+    list.removeOne(m_pFocusPerson);
+    const kxlayout::Speaker4Geometry geo = kxlayout::speaker4Geometry(W, H, n, list.size(), m_iPageIdx);
+    m_pFocusPlayWidget->setGeometry(geo.bigLeft);
+    m_pFocusPlayWidget->showTile();
+    if (secondTile) {
+        secondTile->setGeometry(geo.bigRight);
+        secondTile->showTile();
+    }
+    if (n > 2) {
+        for (int i = 0; i < 6; ++i) {
+            const int k = m_iPageIdx * 6 + i;
+            if (it == m_mapPlay.end() || k >= list.size())
+                break;
+            tagPersonInfo* p = list.at(k);
+            bindTile(it, p, false);
+            CPlayWidget* tile = it.key();
+            ++it;
+            setPersonStreamType(p, 2);
+            if (tile && i < geo.small.size()) {
+                tile->setGeometry(geo.small.at(i));
+                tile->showTile();
+                tile->raise();
+                KXLOG << "xxx userName:" << p->userName << ",rcSmall:" << geo.small.at(i);
+            }
+        }
+    }
+    testShowPageButton(&geo.strip);
+    resetLastNotUsePlayWidget(it);
+    for (auto m = m_mapPlay.constBegin(); m != m_mapPlay.constEnd(); ++m)
+        KXLOG << "pPlayWidget:" << m.key() << ",value:" << m.value();
+    for (auto m = m_mapPlay.constBegin(); m != m_mapPlay.constEnd(); ++m) {
+        if (m.value() && m.value()->pWidget)
+            KXLOG << "[ScreenMod]pPerson:" << m.value() << "pPlayWidget:" << m.value()->pWidget << ",key:" << m.key()
+                  << ",userName:" << m.value()->userName;
+    }
+}
+
+void QDlgScreen::reLayoutPicinPic()
+{
+    // The share (or the focus participant) large, the next participants in a
+    // strip along the bottom; no page controls in this mode.
+    reLayoutSpeaker(6);
+}
+
+void QDlgScreen::reposMeetingSignalFull()
+{
+    if (!m_pMaxPlayWnd) {
+        reAddFocusPersonToPlayMap();
+        reLayoutEqualCut();
+        return;
+    }
+    const QRect rc = kxlayout::make169Rect(QRect(0, 0, width(), height()), rect());
+    m_pMaxPlayWnd->setGeometry(rc);
+    m_pMaxPlayWnd->showTile();
+    tagPersonInfo* p = getPersonInfoByPlayWidgetPtr(m_pMaxPlayWnd);
+    if (p) {
+        setPersonStreamType(p, 4);
+        p->bAttached = true;
+    }
+    KXLOG << "xxxxxx pPerson,m_pMaxPlayWnd isVisable:" << p << m_pMaxPlayWnd << m_pMaxPlayWnd->isVisible();
+}

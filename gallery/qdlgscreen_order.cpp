@@ -1,0 +1,102 @@
+// Display order: who comes first.
+#include "qdlgscreen.h"
+
+#include "displayorder.h"
+#include "modulelog.h"
+#include "pagingrules.h"
+#include "personinfo.h"
+#include "qkxscreenconfig.h"
+
+kxorder::OrderItem QDlgScreen::orderItemOf(tagPersonInfo* p) const
+{
+    kxorder::OrderItem item;
+    item.unjoined = isUnjoinedPerson(p);
+    item.shareRecord = p->isShareScreen();
+    item.sharingUser = !item.shareRecord && isShareScreenUser(p->userID);
+    item.self = p->bSelf;
+    item.role = p->iRoleType;
+    item.videoStatusChange = p->bVideoStatusChange;
+    item.preview = p->bPreview;
+    item.streamStatus = p->eStreamStatus;
+    item.joinTime = p->joinTime;
+    return item;
+}
+
+void QDlgScreen::onDisplayOrder(bool bOrderForMute)
+{
+    // Nothing is ordered before the local user has finished joining.
+    if (!m_bJoinFinish)
+        return;
+    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+    const bool bFocusMode = IsFocusMode(cfg->curScreenMode());
+    cfg->m_bDisplayOrderFlag = bOrderForMute;
+    KXLOG << "onDisplayOrder0 m_vecPerson.size():" << m_vecPerson.size();
+
+    QVector<kxorder::OrderItem> items;
+    items.reserve(m_vecPerson.size());
+    for (tagPersonInfo* p : qAsConst(m_vecPerson))
+        items.append(orderItemOf(p));
+    const kxorder::OrderResult result = kxorder::displayOrder(items, bFocusMode);
+
+    if (result.sharingUserIndex >= 0)
+        KXLOG << "[ScreenMod]onDisplayOrder has shareScreenUser";
+    if (result.hostIndex >= 0)
+        KXLOG << "host,userName:" << m_vecPerson.at(result.hostIndex)->userName;
+    for (int idx : result.changed)
+        KXLOG << "bVideoStatusChange userName:" << m_vecPerson.at(idx)->userName;
+
+    QVector<tagPersonInfo*> ordered;
+    ordered.reserve(result.order.size());
+    for (int i = 0; i < m_vecPerson.size(); ++i) {
+        tagPersonInfo* p = m_vecPerson.at(i);
+        p->joinTime = result.joinTime.at(i);
+        p->bVideoStatusChange = result.videoStatusChange.at(i);
+    }
+    for (int idx : result.order)
+        ordered.append(m_vecPerson.at(idx));
+    m_vecPerson = ordered;
+    KXLOG << "onDisplayOrder1 m_vecPerson.size():" << m_vecPerson.size();
+    reposPlayWnd();
+}
+
+bool QDlgScreen::testChangePersonToHead(tagPersonInfo* person, bool bSelf, int iRoleType)
+{
+    const int idx = m_vecPerson.indexOf(person);
+    if (idx < 0)
+        return false;
+    const int to = kxorder::changeToHeadIndex(idx, m_vecPerson.size() - 1, bSelf, iRoleType,
+                                              QKXScreenConfig::getInstance()->m_bHasShare,
+                                              isShareScreenUser(person->userID));
+    if (to < 0)
+        return false;
+    m_vecPerson.remove(idx);
+    m_vecPerson.insert(to, person);
+    return true;
+}
+
+bool QDlgScreen::testNeedOrder(tagPersonInfo* person, int index)
+{
+    Q_UNUSED(person);
+    QVector<kxorder::OrderItem> items;
+    items.reserve(m_vecPerson.size());
+    for (tagPersonInfo* p : qAsConst(m_vecPerson))
+        items.append(orderItemOf(p));
+    return kxorder::needOrder(items, index);
+}
+
+qint64 QDlgScreen::getMinJoinTime()
+{
+    return --m_minJoinTime;
+}
+
+qint64 QDlgScreen::getMaxJoinTime()
+{
+    return ++m_maxJoinTime;
+}
+
+void QDlgScreen::setJoinMeetingFinish()
+{
+    KXLOG << "setJoinMeetingFinish";
+    m_bJoinFinish = true;
+    emit QKXScreenConfig::getInstance()->notifyDisplayOrder(false);
+}

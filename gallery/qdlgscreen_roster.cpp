@@ -1,0 +1,676 @@
+// Participants and the tile map: arrival, removal, updates.
+#include "qdlgscreen.h"
+
+#include "cplaywidget.h"
+#include "displayorder.h"
+#include "modulelog.h"
+#include "personinfo.h"
+#include "platform.h"
+#include "qdlgpicinpic.h"
+#include "qdlgplayinfo.h"
+#include "qkxscreenconfig.h"
+
+#include <QDateTime>
+#include <QThread>
+#include <limits>
+
+void* QDlgScreen::AddMeetingPerson(QString userID, QString qstrExtra, QString userName, qint64 joinTime,
+                                   int iExtra, void* pUserData, int m_iStatus)
+{
+    auto* p = new tagPersonInfo;
+    p->userID = userID;
+    p->qstrExtra = qstrExtra;
+    p->userName = userName;
+    p->joinTime = joinTime;
+    p->iExtra = iExtra;
+    p->pUserData = pUserData;
+    p->addTime = QDateTime::currentMSecsSinceEpoch();
+    p->m_iStatus = m_iStatus;
+    if (p->isUnjoined()) {
+        // An invited participant has neither video nor a muted microphone to show.
+        p->bPreview = false;
+        p->bMute = false;
+    }
+    // A new record may reuse the address of a freed one.
+    QKXScreenConfig::getInstance()->testDelPerson(p, true);
+    kxplatform::registerLive(p, sizeof(ST_PersonInfo));
+    {
+        QMutexLocker lock(&m_ownedLock);
+        m_setOwned.insert(p);
+    }
+
+    if (p->isShareScreen() && testIsShareInExtMode()) {
+        m_pExtSharePerson = p;
+        return p;
+    }
+
+    qint64 cur = m_minJoinTime.load();
+    while (joinTime < cur && !m_minJoinTime.compare_exchange_weak(cur, joinTime)) {
+    }
+    cur = m_maxJoinTime.load();
+    while (joinTime > cur && !m_maxJoinTime.compare_exchange_weak(cur, joinTime)) {
+    }
+    KXLOG << "\tAddMeetingPerson userid:" << p->userID << "\tuserName:" << p->userName
+          << "\t\tjoinTime:" << p->joinTime << "\teStreamStatus:" << p->eStreamStatus;
+    emit QKXScreenConfig::getInstance()->modSignalAddPerson(p);
+    return p;
+}
+
+void QDlgScreen::onModAddPerson(void* person)
+{
+    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+    auto* p = static_cast<tagPersonInfo*>(person);
+    if (!p)
+        return;
+    if (cfg->testDelPerson(p, false)) {
+        KXLOG << "testDelPerson";
+        return;
+    }
+    if (!isOwnedPerson(p) || isHasPerson(p))
+        return;
+    if (p->isShareScreen())
+        m_pSharePerson = nullptr;
+
+    KXLOG << "AddMeetingPerson 0personSize: " << m_vecPerson.size();
+    if (m_vecPerson.size() == 1) {
+        // With only the local user present the newcomer goes in front of it.
+        m_vecPerson.insert(m_vecPerson.at(0)->bSelf ? 0 : 1, p);
+    } else {
+        QVector<kxorder::OrderItem> items;
+        items.reserve(m_vecPerson.size());
+        for (tagPersonInfo* q : qAsConst(m_vecPerson))
+            items.append(orderItemOf(q));
+        m_vecPerson.insert(kxorder::arrivalIndex(items, p->joinTime), p);
+    }
+    KXLOG << "AddMeetingPerson 1personSize: " << m_vecPerson.size();
+    KXLOG << "onModAddPerson 0, userName:" << p->userName << ",pWidget:" << p->pWidget << ",userID:" << p->userID;
+
+    if (p->isShareScreen() && !testIsShareInExtMode()) {
+        cfg->m_bHasShare = true;
+        if (cfg->curScreenMode() != 9)
+            cfg->setPreScreenMode(cfg->curScreenMode());
+        KXLOG << "share screen,userName:" << p->userName << ",userID:" << p->userID
+              << ",LockMode:" << cfg->preScreenMode();
+        cfg->setCurScreenMode(4);
+    }
+    if (p->isShareScreen())
+        emit cfg->notifyDisplayOrder(false);
+    else
+        reposPlayWnd();
+
+    cfg->m_iPersonCount = m_vecPerson.size();
+    testStartCheckTimer();
+    KXLOG << "onModAddPerson finish, userName:" << p->userName << ",pWidget:" << p->pWidget;
+}
+
+void QDlgScreen::onModDelPerson(void* person)
+{
+    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+    if (m_vecPerson.size() <= 0) {
+        // A removal after resetAll is ignored: the record is not ours any more.
+        KXLOG << "onModDelPerson<=0";
+        return;
+    }
+    if (cfg->testDelPerson(person, false)) {
+        KXLOG << "xxx testDelPerson";
+        return;
+    }
+    auto* p = static_cast<tagPersonInfo*>(person);
+    if (p != m_pExtSharePerson && !isHasPerson(p)) {
+        // Not (or no longer) in this gallery's roster: another gallery's record
+        // or one already released with a reset.
+        KXLOG << "onModDelPerson not in roster:" << person;
+        return;
+    }
+    {
+        QMutexLocker lock(&cfg->frameLock());
+        cfg->addDelPerson(p);
+        DelMeetingPerson(p);
+        cfg->m_iPersonCount = m_vecPerson.size();
+    }
+    testStopCehckTimer();
+    if (m_vecPerson.isEmpty())
+        QDlgPlayInfo::releaseImageCache();
+}
+
+bool QDlgScreen::DelMeetingPerson(void* person)
+{
+    KXLOG << "DelMeetingPerson curThreadID:" << QThread::currentThreadId();
+    if (!person)
+        return true;
+    auto* p = static_cast<tagPersonInfo*>(person);
+    if (p == m_pExtSharePerson) {
+        m_pExtSharePerson = nullptr;
+        m_pSharePerson = nullptr;
+        forgetPerson(p);
+        return true;
+    }
+    return DelPerson(p);
+}
+
+bool QDlgScreen::DelPerson(tagPersonInfo* p)
+{
+    if (!p)
+        return true;
+    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+    KXLOG << "DelPerson, userName:" << p->userName << ",userID:" << p->userID;
+    const bool bMax = testDelPersonIsMax(p);
+    if (m_pPicInPic)
+        m_pPicInPic->dropPerson(p);
+
+    for (auto it = m_mapPlay.begin(); it != m_mapPlay.end(); ++it) {
+        if (it.value() == p) {
+            it.key()->ClearVideo();
+            it.key()->setPersonData(nullptr, false);
+            it.value() = nullptr;
+            break;
+        }
+    }
+    if (p->pWidget) {
+        p->pWidget->ClearVideo();
+        p->pWidget->setPersonData(nullptr, false);
+    }
+    if (m_pFocusPlayWidget && m_pFocusPlayWidget->personInfo() == p)
+        m_pFocusPlayWidget->setPersonData(nullptr, false);
+    if (m_pMoreMenuPerson == p) {
+        m_pMoreMenuPerson = nullptr;
+    }
+
+    const int idx = m_vecPerson.indexOf(p);
+    if (idx >= 0) {
+        KXLOG << "[ScreenMod]m_verPerson erase userName:" << p->userName;
+        m_vecPerson.remove(idx);
+    }
+    p->pWidget = nullptr;
+
+    if (p->isShareScreen()) {
+        m_pSharePerson = nullptr;
+        cfg->m_bHasShare = false;
+        cfg->setCurScreenMode(cfg->preScreenMode());
+        m_pMaxPlayWnd = nullptr;
+        const bool bReset = testResetPreFocus();
+        if (cfg->preScreenMode() == 9 && bReset)
+            m_pMaxPlayWnd = m_pFocusPlayWidget;
+    } else if (p == m_pFocusPerson) {
+        m_pMaxPlayWnd = nullptr;
+        m_pFocusPlayWidget->ClearVideo();
+        m_pFocusPlayWidget->setPersonData(nullptr, false);
+        m_pFocusPerson = nullptr;
+        if (cfg->preScreenMode() == 9 && (p->bLockLook || p->bAllLook))
+            m_iPreLockMode = 5;
+        if (p->bLockLook)
+            m_iPreLockMode = cfg->curScreenMode();
+    } else if (p == m_pPreFocusPerson) {
+        m_pPreFocusPerson = nullptr;
+    }
+
+    if (p == m_pAllLookPerson) {
+        testCancelLockLook(p);
+        m_pAllLookPerson = nullptr;
+    }
+    if (p == m_pFocusPerson)
+        m_pFocusPerson = nullptr;
+    if (p == m_pPreFocusPerson)
+        m_pPreFocusPerson = nullptr;
+    if (m_pVoiceActivatePlayWidget && m_pVoiceActivatePlayWidget->personInfo() == p)
+        onModCancelVoiceActivate();
+
+    if (!m_vecPerson.isEmpty()) {
+        testPrevPageForDelPerson();
+        if (bMax) {
+            KXLOG << "setMeetingMode m_iPreScreenMode:" << cfg->preScreenMode();
+            setMeetingMode(cfg->preScreenMode());
+        } else {
+            KXLOG << "notifyDisplayOrder";
+            onDisplayOrder(false);
+        }
+    } else {
+        resetAll();
+        cfg->setCurScreenMode(1);
+    }
+    forgetPerson(p);
+    return true;
+}
+
+bool QDlgScreen::isOwnedPerson(void* person) const
+{
+    QMutexLocker lock(&m_ownedLock);
+    return m_setOwned.contains(person);
+}
+
+void QDlgScreen::forgetPerson(tagPersonInfo* person)
+{
+    {
+        QMutexLocker lock(&m_ownedLock);
+        m_setOwned.remove(person);
+    }
+    kxplatform::unregisterLive(person);
+    delete person;
+}
+
+bool QDlgScreen::RemovePersonFromPlayMap(tagPersonInfo* person)
+{
+    for (auto it = m_mapPlay.begin(); it != m_mapPlay.end(); ++it) {
+        if (it.value() == person) {
+            it.value() = nullptr;
+            return true;
+        }
+    }
+    return false;
+}
+
+CPlayWidget* QDlgScreen::findPlayWidgetByPersonInfo(tagPersonInfo* person) const
+{
+    for (auto it = m_mapPlay.constBegin(); it != m_mapPlay.constEnd(); ++it) {
+        if (it.value() == person)
+            return it.key();
+    }
+    return nullptr;
+}
+
+tagPersonInfo* QDlgScreen::getPersonInfoByPlayWidgetPtr(CPlayWidget* widget) const
+{
+    auto it = m_mapPlay.constFind(widget);
+    if (it != m_mapPlay.constEnd())
+        return it.value();
+    if (widget && widget == m_pFocusPlayWidget)
+        return m_pFocusPerson;
+    return nullptr;
+}
+
+bool QDlgScreen::isHasPerson(tagPersonInfo* person) const
+{
+    return person && m_vecPerson.contains(person);
+}
+
+bool QDlgScreen::isUnjoinedPerson(tagPersonInfo* person)
+{
+    return person && person->isUnjoined();
+}
+
+tagPersonInfo* QDlgScreen::findPersonByUserID(const QString& userID) const
+{
+    for (tagPersonInfo* p : m_vecPerson) {
+        if (p->userID == userID)
+            return p;
+    }
+    return nullptr;
+}
+
+CPlayWidget* QDlgScreen::attachNewWidget(PlayMap::iterator, tagPersonInfo*)
+{
+    // Tiles are attached by the layout passes.
+    return nullptr;
+}
+
+void QDlgScreen::bindTile(PlayMap::iterator it, tagPersonInfo* person, bool bFlag)
+{
+    CPlayWidget* tile = it.key();
+    person->pWidget = tile;
+    it.value() = person;
+    tile->setPersonData(person, bFlag);
+}
+
+void QDlgScreen::resetPlayWidgetPtr(tagPersonInfo* person)
+{
+    if (!person || !person->pWidget)
+        return;
+    person->pWidget->setPersonData(nullptr, false);
+    person->pWidget = nullptr;
+}
+
+void QDlgScreen::resetLastNotUsePlayWidget(PlayMap::iterator&)
+{
+    for (auto it = m_mapPlay.begin(); it != m_mapPlay.end(); ++it) {
+        if (it.value() && it.value()->pWidget != it.key())
+            it.value() = nullptr;
+    }
+    for (tagPersonInfo* p : qAsConst(m_vecPerson)) {
+        if (p->pWidget && p->pWidget->personInfo() != p)
+            p->pWidget = nullptr;
+    }
+}
+
+void QDlgScreen::releasePlayWidgetByPersonInfo(tagPersonInfo* person)
+{
+    for (auto it = m_mapPlay.begin(); it != m_mapPlay.end(); ++it) {
+        if (it.value() == person && it.key() != person->pWidget)
+            it.value() = nullptr;
+    }
+}
+
+void QDlgScreen::resetAllPlayMap()
+{
+    for (auto it = m_mapPlay.begin(); it != m_mapPlay.end(); ++it) {
+        if (it.value() == m_pFocusPerson)
+            continue;
+        it.key()->setPersonData(nullptr, false);
+        if (it.value())
+            it.value()->pWidget = nullptr;
+        it.value() = nullptr;
+    }
+}
+
+void QDlgScreen::releasePlayWidget()
+{
+    QMutexLocker lock(&QKXScreenConfig::getInstance()->frameLock());
+    for (auto it = m_mapPlay.begin(); it != m_mapPlay.end();) {
+        delete it.key();
+        it = m_mapPlay.erase(it);
+    }
+    delete m_pFocusPlayWidget;
+    m_pFocusPlayWidget = nullptr;
+    // Every record this gallery made goes: the roster, the external share, and
+    // records whose arrival is still queued.
+    QSet<void*> owned;
+    {
+        QMutexLocker ownedLock(&m_ownedLock);
+        owned = m_setOwned;
+    }
+    for (void* v : qAsConst(owned)) {
+        auto* p = static_cast<tagPersonInfo*>(v);
+        QKXScreenConfig::getInstance()->addDelPerson(p);
+        forgetPerson(p);
+    }
+    m_vecPerson.clear();
+    m_pExtSharePerson = nullptr;
+}
+
+void QDlgScreen::resetAll()
+{
+    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+    m_pSharePerson = nullptr;
+    m_pFocusPerson = nullptr;
+    m_pPreFocusPerson = nullptr;
+    m_pCurSelPlayWidget = nullptr;
+    m_pMaxPlayWnd = nullptr;
+    // The check timer's id is forgotten, not killed: its ticks no longer match
+    // and are ignored, and the next arrival starts a fresh one.
+    m_iCheckTimerId = 0;
+    m_vecPerson.clear();
+    m_iPageIdx = 0;
+    m_iPicInPicPageIdx = 0;
+    m_pAllLookPerson = nullptr;
+    m_iPreLockMode = 0;
+    m_ptMoreMenu = QPoint();
+    m_ptLastShareWgt = QPoint();
+    m_bShareWgtKnown = false;
+    m_pMoreMenuPlayWidget = nullptr;
+    m_pMoreMenuPerson = nullptr;
+    m_pVoiceActivatePlayWidget = nullptr;
+    m_qstrFocusUserID.clear();
+    m_bJoinFinish = false;
+    cfg->m_bHasShare = false;
+    cfg->resetMeetingState();
+    for (auto it = m_mapPlay.begin(); it != m_mapPlay.end(); ++it) {
+        it.key()->setPersonData(nullptr, false);
+        it.value() = nullptr;
+    }
+    m_pFocusPlayWidget->setPersonData(nullptr, false);
+    m_minJoinTime = std::numeric_limits<qint64>::max();
+    m_maxJoinTime = 0;
+    for (auto it = m_mapPlay.constBegin(); it != m_mapPlay.constEnd(); ++it) {
+        if (it.value())
+            KXLOG << "pPlayWidget:" << it.key() << ",userName:" << it.value()->userName
+                  << "pWidget:" << it.value()->pWidget;
+    }
+    KXLOG << "resetAll\r\n\r\n";
+}
+
+void QDlgScreen::refreshTile(tagPersonInfo* person)
+{
+    if (!person)
+        return;
+    if (person == m_pFocusPerson && m_pFocusPlayWidget->personInfo() == person)
+        m_pFocusPlayWidget->playInfo()->refreshDisplay();
+    if (person->pWidget && person->pWidget->playInfo())
+        person->pWidget->playInfo()->refreshDisplay();
+}
+
+bool QDlgScreen::updatePersonInfo(void* person, bool bSelf, int iRoleType, QString name)
+{
+    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+    auto* p = static_cast<tagPersonInfo*>(person);
+    if (cfg->testDelPerson(p, false)) {
+        KXLOG << "testDelPerson";
+        return false;
+    }
+    if (!isHasPerson(p))
+        return false;
+    bool bOrder = false;
+    if (p->iRoleType != iRoleType)
+        bOrder = testChangePersonToHead(p, bSelf, iRoleType);
+    if (bSelf) {
+        const bool bHost = iRoleType == 1 || iRoleType == 2;
+        if (bHost != cfg->m_bHostOrCoHost) {
+            cfg->m_bHostOrCoHost = bHost;
+            // Invited participants show host-only controls.
+            for (tagPersonInfo* q : qAsConst(m_vecPerson)) {
+                if (q->isUnjoined())
+                    refreshTile(q);
+            }
+        }
+    }
+    if (!name.isEmpty())
+        p->userName = name;
+    p->bSelf = bSelf;
+    p->iRoleType = iRoleType;
+    refreshTile(p);
+    KXLOG << "xxx updatePersonInfo, userName:" << p->userName << ",bSelf:" << bSelf << ",iRoteType:" << iRoleType;
+    if (bOrder) {
+        KXLOG << "notifyDisplayOrder, userName:" << p->userName;
+        onDisplayOrder(false);
+    } else {
+        KXLOG << "reposPlayWnd, userName:" << p->userName;
+        reposPlayWnd();
+    }
+    return true;
+}
+
+void QDlgScreen::onModPersonInfo(void* person, bool bSelf, int iRoleType, QString name)
+{
+    updatePersonInfo(person, bSelf, iRoleType, name);
+}
+
+bool QDlgScreen::updateUnJoinedPersonInfo(void* person, QString name, int status, const QImage& head)
+{
+    auto* p = static_cast<tagPersonInfo*>(person);
+    if (!p)
+        return false;
+    if (QKXScreenConfig::getInstance()->testDelPerson(p, false)) {
+        KXLOG << "testDelPerson";
+        return false;
+    }
+    if (!isHasPerson(p))
+        return false;
+    p->userName = name;
+    p->m_iStatus = status;
+    p->headImage = head;
+    refreshTile(p);
+    KXLOG << "xxx updateUnJoinedPersonInfo, userName:" << p->userName << ",m_iStatus:" << status;
+    return true;
+}
+
+bool QDlgScreen::updatePersonHeadImg(void* person, const QImage& head)
+{
+    auto* p = static_cast<tagPersonInfo*>(person);
+    if (!p)
+        return false;
+    if (QKXScreenConfig::getInstance()->testDelPerson(p, false)) {
+        KXLOG << "testDelPerson";
+        return false;
+    }
+    p->headImage = head;
+    if (!isHasPerson(p))
+        return false;
+    refreshTile(p);
+    return true;
+}
+
+bool QDlgScreen::setMute(void* person, bool bVolMute)
+{
+    auto* p = static_cast<tagPersonInfo*>(person);
+    if (!p)
+        return false;
+    if (QKXScreenConfig::getInstance()->testDelPerson(p, false)) {
+        KXLOG << "testDelPerson";
+        return false;
+    }
+    p->bMute = bVolMute;
+    if (!isHasPerson(p)) {
+        KXLOG << "[ScreenMod]false == isHasPerson";
+        return false;
+    }
+    KXLOG << "setMute,userName:" << p->userName << ",bVolMute" << bVolMute << ",userID:" << p->userID;
+    CPlayWidget* tile = (p == m_pFocusPerson) ? m_pFocusPlayWidget : p->pWidget;
+    if (!tile)
+        return false;
+    tile->playInfo()->refreshDisplay();
+    if (p->pWidget && p->pWidget != tile)
+        p->pWidget->playInfo()->refreshDisplay();
+    return true;
+}
+
+void QDlgScreen::onModAudioMute(void* person, bool bMute)
+{
+    setMute(person, bMute);
+}
+
+void QDlgScreen::onModHasMic(void* person, bool bHasMic)
+{
+    auto* p = static_cast<tagPersonInfo*>(person);
+    if (!p || QKXScreenConfig::getInstance()->testDelPerson(p, false) || !isHasPerson(p)) {
+        KXLOG << "onModHasMic testDelPerson";
+        return;
+    }
+    p->bHasMic = bHasMic;
+    refreshTile(p);
+}
+
+bool QDlgScreen::setVolume(void* person, int volume)
+{
+    auto* p = static_cast<tagPersonInfo*>(person);
+    if (!p || QKXScreenConfig::getInstance()->testDelPerson(p, false)) {
+        KXLOG << "testDelPerson";
+        return false;
+    }
+    const bool bChanged = p->iVolume != volume;
+    p->iVolume = volume;
+    if (bChanged && isHasPerson(p) && p->pWidget) {
+        refreshTile(p);
+        return true;
+    }
+    return false;
+}
+
+void QDlgScreen::onModVolume(void* person, int volume)
+{
+    setVolume(person, volume);
+}
+
+void QDlgScreen::setPreview(void* person, bool bPreview)
+{
+    auto* p = static_cast<tagPersonInfo*>(person);
+    if (!p)
+        return;
+    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+    if (cfg->testDelPerson(p, false)) {
+        KXLOG << "xxxx QDlgScreen::setPreview testDelPerson";
+        return;
+    }
+    KXLOG << "setPreview userID:" << p->userID << ",userName:" << p->userName
+          << ",pInfo->bPrePreview:" << p->bPreview << ",bPreview:" << bPreview;
+    emit cfg->notifyExtPreview(p->userID, bPreview);
+    const bool bOld = p->bPreview;
+    p->bPreview = bPreview;
+    if (!p->bSelf && bOld != bPreview) {
+        p->bVideoStatusChange = true;
+        KXLOG << ",set bVideoStatusChange=true, bPreview:" << bPreview;
+    }
+    if (bPreview && !p->pWidget) {
+        // Video that has nowhere to go is not pulled.
+        KXLOG << "pInfo->pWidget==nullptr";
+        notifyRemotePlay(p, false);
+    }
+    refreshTile(p);
+    if (!bPreview)
+        p->eStreamStatus = 1;
+    p->bStreamTypeChange = true;
+}
+
+void QDlgScreen::onModPreview(void* person, bool bPreview)
+{
+    setPreview(person, bPreview);
+}
+
+void QDlgScreen::changePersonVideoMute(bool bMute)
+{
+    KXLOG << "start changePersonVideoMute, bMute:" << bMute;
+    for (tagPersonInfo* p : qAsConst(m_vecPerson)) {
+        if (p->isShareScreen())
+            continue;
+        const bool bVisible = p->pWidget && p->pWidget->isVisible();
+        if (bMute && !bVisible) {
+            KXLOG << "closePreview,userName:" << p->userName << ",userID:" << p->userID;
+            notifyRemotePlay(p, false);
+        } else if (!bMute && bVisible) {
+            KXLOG << "openPreview,userName:" << p->userName << ",userID:" << p->userID << ",pWidget:" << p->pWidget;
+            notifyRemotePlay(p, true);
+        }
+    }
+    KXLOG << "end changePersonVideoMute";
+}
+
+void QDlgScreen::notifyRemotePlay(tagPersonInfo* person, bool bPlay)
+{
+    if (!person)
+        return;
+    QKXScreenConfig::getInstance()->notifyHost(bPlay ? 18 : 17, reinterpret_cast<quintptr>(person),
+                                               reinterpret_cast<quintptr>(person->pUserData));
+}
+
+void QDlgScreen::notifyRecallPerson(tagPersonInfo* person)
+{
+    if (!person) {
+        KXLOG << "return, pSTPerson is null! ";
+        return;
+    }
+    QKXScreenConfig::getInstance()->notifyHost(24, reinterpret_cast<quintptr>(person),
+                                               reinterpret_cast<quintptr>(person->pUserData));
+}
+
+void QDlgScreen::onRecallPerson(void* person)
+{
+    auto* p = static_cast<tagPersonInfo*>(person);
+    if (p && QKXScreenConfig::getInstance()->testDelPerson(p, false)) {
+        KXLOG << "onRecallPerson testDelPerson";
+        return;
+    }
+    notifyRecallPerson(p);
+}
+
+void QDlgScreen::onNotifyUpdateUserInfo(void* pPlayHdl, void* person)
+{
+    if (!pPlayHdl || !person)
+        return;
+    auto* p = static_cast<tagPersonInfo*>(person);
+    if (QKXScreenConfig::getInstance()->testDelPerson(p, false)) {
+        KXLOG << "onNotifyUpdateUserInfo testDelPerson";
+        return;
+    }
+    // Only the gallery that owns the record answers for it.
+    if (!isHasPerson(p) && p != m_pExtSharePerson)
+        return;
+    QKXScreenConfig::getInstance()->notifyHost(20, reinterpret_cast<quintptr>(pPlayHdl),
+                                               reinterpret_cast<quintptr>(p->pUserData));
+}
+
+void QDlgScreen::onModUpdateNetWeak(QString userID, bool bNetWeak, int iNetLevel)
+{
+    tagPersonInfo* p = findPersonByUserID(userID);
+    if (!p)
+        return;
+    p->bNetWeak = bNetWeak;
+    p->iNetLevel = iNetLevel;
+    refreshTile(p);
+}

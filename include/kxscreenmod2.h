@@ -1,0 +1,329 @@
+/*
+ * kxscreenmod2.h - the host interface of the KXScreenMod2 video-gallery module.
+ *
+ * A host loads libKXScreenMod2 (KXScreenMod2.dll on Windows), creates one
+ * gallery per KXScreen_Init inside a widget of its own, tells the gallery who
+ * is in the meeting, hands it every decoded I420 frame and receives the
+ * gallery's decisions through one notification function.
+ *
+ * Threads
+ * -------
+ * The "interface thread" is the thread that owns the host's QApplication (or,
+ * when the host has none, the thread that made the first call into the
+ * module). Every widget of the module lives there and the module runs no event
+ * loop of its own: the host must keep pumping that thread's events.
+ *
+ *   [any thread]  the export may be called from any thread. Work that changes
+ *                 the gallery is queued to the interface thread and runs when
+ *                 the host pumps events; the export returns at once.
+ *   [interface]   the export runs gallery code on the calling thread and must be
+ *                 called on the interface thread.
+ *
+ * Handles
+ * -------
+ * KXScreen_Init returns a module handle; KXScreen_AddPerson returns a play
+ * handle for one participant. A null, unknown or released handle is rejected:
+ * the export returns 0 (null for pointer results) and changes nothing. Play
+ * handles are checked against the set of live handles before they are read, so
+ * a stale pointer is never dereferenced.
+ *
+ * Strings
+ * -------
+ * User IDs and other strings are in the local 8-bit encoding, user names in
+ * UTF-8. A null string is taken as the empty string.
+ *
+ * Exports that take or return Qt types (QWidget, QImage, QRect, QString) need a
+ * C++ host built against the same Qt 5; from C only the exports whose
+ * arguments are plain C types are declared.
+ */
+#ifndef KXSCREENMOD2_H
+#define KXSCREENMOD2_H
+
+#include <stddef.h>
+#include <stdint.h>
+#ifndef __cplusplus
+#include <stdbool.h>
+#endif
+
+#if defined(_WIN32)
+#  if defined(KXSCREENMOD2_BUILDING)
+#    define KXSCREEN_API __declspec(dllexport)
+#  else
+#    define KXSCREEN_API __declspec(dllimport)
+#  endif
+#else
+#  define KXSCREEN_API __attribute__((visibility("default")))
+#endif
+
+#ifdef __cplusplus
+#include <QtCore/QRect>
+#include <QtCore/QString>
+class QWidget;
+class QImage;
+#else
+typedef struct QWidget QWidget;
+typedef struct QImage QImage;
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ------------------------------------------------------------------------ */
+/* Host notification function                                               */
+/* ------------------------------------------------------------------------ */
+
+/*
+ * Called on the interface thread, synchronously, for every notification below.
+ * The result is ignored. It must not block for long. From inside it the host
+ * may call the [interface] exports and the [any thread] exports.
+ */
+typedef int (*KXScreenMsgCallback)(unsigned int msg, uint64_t wParam, uint64_t lParam);
+
+/*
+ * Notification codes. "record" is the participant's record address (the same
+ * value for the participant's whole stay), "user data" the pUserData the host
+ * gave to KXScreen_AddPerson.
+ */
+enum KXScreenMsg {
+    KXSCREEN_MSG_CLICK_AUDIO         = 0,  /* wParam record, lParam user data: the tile's microphone control was clicked */
+    KXSCREEN_MSG_CLICK_MORE          = 1,  /* wParam the click's menu position, lParam user data: the "more" control was clicked */
+    KXSCREEN_MSG_STREAM_SMALL        = 2,  /* wParam record, lParam user data: subscribe this participant's small stream */
+    KXSCREEN_MSG_STREAM_NORMAL       = 3,  /* wParam record, lParam user data: subscribe the ordinary stream */
+    KXSCREEN_MSG_STREAM_LARGE        = 4,  /* wParam record, lParam user data: subscribe the large stream */
+    KXSCREEN_MSG_DBCLICK_TILE        = 8,  /* wParam 5 (grid layouts 1-3), 6 (layouts 4-8) or 7 (other), lParam 0 */
+    KXSCREEN_MSG_SHARE_TIP           = 10, /* wParam record of the focused participant, lParam its user data */
+    KXSCREEN_MSG_TOOLBAR_SHOW        = 11, /* 0, 0: the toolbar should change its visibility */
+    KXSCREEN_MSG_LOOK_TOAST_OFF      = 12, /* 0, 0: show the toast for a look state that ended */
+    KXSCREEN_MSG_LOOK_TOAST_ON       = 13, /* 0, 0: show the toast for a look state that began */
+    KXSCREEN_MSG_LOCK_LOOK_CANCELLED = 16, /* wParam record, lParam user data */
+    KXSCREEN_MSG_REMOTE_VIDEO_CLOSE  = 17, /* wParam record, lParam user data: stop pulling this participant's video */
+    KXSCREEN_MSG_REMOTE_VIDEO_OPEN   = 18, /* wParam record, lParam user data: pull this participant's video again */
+    KXSCREEN_MSG_HIDE_MORE_MENU      = 19, /* 0, 0: hide the "more" menu, its tile moved away */
+    KXSCREEN_MSG_USERINFO_UPDATED    = 20, /* wParam play handle, lParam user data */
+    KXSCREEN_MSG_RECALL_PERSON       = 24, /* wParam record, lParam user data: call the invited participant again */
+    KXSCREEN_MSG_SHARE_POS_CHANGED   = 25, /* wParam packed position of the share tile, lParam 0 */
+    KXSCREEN_MSG_SHOW_PIC_IN_PIC     = 26  /* 0, 0: show the picture-in-picture dialog */
+};
+
+/* Stream types, sent as the message code itself (2, 3, 4). */
+enum KXScreenStreamType {
+    KXSCREEN_STREAM_SMALL  = 2,
+    KXSCREEN_STREAM_NORMAL = 3,
+    KXSCREEN_STREAM_LARGE  = 4
+};
+
+/* Layout modes for KXScreen_SetCurMode / KXScreen_GetCurMode. */
+enum KXScreenLayout {
+    KXSCREEN_LAYOUT_EQUAL_CUT     = 1,
+    KXSCREEN_LAYOUT_SIX_CUT       = 2,
+    KXSCREEN_LAYOUT_EIGHT_CUT     = 3,
+    KXSCREEN_LAYOUT_PIC_IN_PIC    = 4,
+    KXSCREEN_LAYOUT_SPEAKER_RIGHT = 5,
+    KXSCREEN_LAYOUT_SPEAKER_BOTTOM= 6,
+    KXSCREEN_LAYOUT_SPEAKER_TOP   = 7,
+    KXSCREEN_LAYOUT_SPEAKER4      = 8,
+    KXSCREEN_LAYOUT_FULL          = 9
+};
+
+/* ------------------------------------------------------------------------ */
+/* Frame record                                                              */
+/* ------------------------------------------------------------------------ */
+
+/*
+ * One decoded picture, planar I420, tightly packed: Y (width x height), then U
+ * and V ((width + 1) / 2 x (height + 1) / 2 each). Little-endian, 64-bit.
+ */
+typedef struct KxCloudRTCVideoFrameQT {
+    uint64_t reserved;      /* 0: the host's own; never read by the module   */
+    const uint8_t* data;    /* 8: the picture                                 */
+    uint32_t length;        /* 16: byte count of the picture (used by dumps)  */
+    int32_t width;          /* 20: picture width in pixels                    */
+    int32_t height;         /* 24: picture height in pixels                   */
+} KxCloudRTCVideoFrameQT;
+
+#ifdef __cplusplus
+static_assert(offsetof(KxCloudRTCVideoFrameQT, data) == 8, "frame data at offset 8");
+static_assert(offsetof(KxCloudRTCVideoFrameQT, length) == 16, "frame length at offset 16");
+static_assert(offsetof(KxCloudRTCVideoFrameQT, width) == 20, "frame width at offset 20");
+static_assert(offsetof(KxCloudRTCVideoFrameQT, height) == 24, "frame height at offset 24");
+static_assert(sizeof(KxCloudRTCVideoFrameQT) == 32, "frame record is 32 bytes");
+#else
+_Static_assert(offsetof(KxCloudRTCVideoFrameQT, data) == 8, "frame data at offset 8");
+_Static_assert(offsetof(KxCloudRTCVideoFrameQT, length) == 16, "frame length at offset 16");
+_Static_assert(offsetof(KxCloudRTCVideoFrameQT, width) == 20, "frame width at offset 20");
+_Static_assert(offsetof(KxCloudRTCVideoFrameQT, height) == 24, "frame height at offset 24");
+_Static_assert(sizeof(KxCloudRTCVideoFrameQT) == 32, "frame record is 32 bytes");
+#endif
+
+/* ------------------------------------------------------------------------ */
+/* Lifecycle                                                                 */
+/* ------------------------------------------------------------------------ */
+
+/* [interface] Creates a gallery inside parent (may be null). baseDir holds
+ * "user_data/sys_ver.ini" (UTF-8). Returns the module handle. Raises the
+ * calling thread's priority. */
+KXSCREEN_API void* KXScreen_Init(QWidget* parent, const char* baseDir, KXScreenMsgCallback callback);
+/* [interface] Destroys the gallery; the handle and its play handles are dead afterwards. Null is ignored. */
+KXSCREEN_API void KXScreen_Release(void* hScreen);
+/* [interface] Moves the gallery into another parent widget and shows it. */
+KXSCREEN_API int KXScreen_SetParent(void* hScreen, QWidget* parent);
+
+/* ------------------------------------------------------------------------ */
+/* Participants                                                              */
+/* ------------------------------------------------------------------------ */
+
+/* [any thread] Adds a participant and returns its play handle (null on a bad module handle).
+ * A userID starting "sharescreen_" is a screen-share stream, "unjoined_" an invited participant
+ * who has not joined (iStatus is its call state: 1 calling, 2 no answer, 3 declined, 4 busy,
+ * 5 hung up, 6 failed). The participant appears when the interface thread runs next. */
+KXSCREEN_API void* KXScreen_AddPerson(void* hScreen, char* userID, char* extra, char* userName,
+                                      int64_t joinTime, int iExtra, void* pUserData, int iStatus);
+/* [any thread] Removes a participant; hPlay is dead as soon as this returns. */
+KXSCREEN_API int KXScreen_DelPerson(void* hScreen, void* hPlay);
+/* [any thread] Hands one decoded frame (a KxCloudRTCVideoFrameQT*) to the participant's tile.
+ * The picture is copied before the call returns. Returns 1 when a tile took it. */
+KXSCREEN_API int KXScreen_PlayFrame(void* hScreen, void* hPlay, void* frame);
+/* [interface] The participant's video was turned on or off. */
+KXSCREEN_API int KXScreen_Preview(void* hScreen, void* hPlay, bool bPreview);
+/* [any thread] Microphone muted (non-zero) or open. */
+KXSCREEN_API int KXScreen_SetMute(void* hScreen, void* hPlay, int iMute);
+/* [any thread] The participant has a microphone at all. */
+KXSCREEN_API int KXScreen_SetHasMic(void* hScreen, void* hPlay, bool bHasMic);
+/* [any thread] Local user flag, role (1 host, 2 co-host) and name (UTF-8). */
+KXSCREEN_API int KXScreen_SetPersonInfo(void* hScreen, void* hPlay, bool bSelf, int iRoleType, char* name);
+/* [interface] Head image shown while there is no video; the image is copied. */
+KXSCREEN_API int KXScreen_SetPersonHeadImg(void* hScreen, void* hPlay, const QImage* image);
+/* [any thread] Speaking level, 0 to 100. */
+KXSCREEN_API int KXScreen_SetVolume(void* hScreen, void* hPlay, int iVolume);
+/* [interface] Everyone looks at this participant (non-zero) or not. */
+KXSCREEN_API int KXScreen_AllLook(void* hScreen, void* hPlay, int bAllLook);
+/* [interface] The local user locks the view on this participant (non-zero) or not. */
+KXSCREEN_API int KXScreen_LockLook(void* hScreen, void* hPlay, int bLockLook);
+/* [any thread] The "more" menu of this participant was hidden by the host. */
+KXSCREEN_API int KXScreen_MoreInHide(void* hScreen, void* hPlay);
+
+/* [interface] The returned strings stay valid until the next call of the same export. */
+KXSCREEN_API const char* KXScreen_GetAllLookUserID(void* hScreen);
+KXSCREEN_API const char* KXScreen_GetLockLookUserID(void* hScreen);
+KXSCREEN_API const char* KXScreen_GetShareUserID(void* hScreen);
+
+/* [any thread] Focus, voice activation and active speakers, by user ID. */
+KXSCREEN_API int KXScreen_FocusByUserID(void* hScreen, char* userID);
+KXSCREEN_API int KXScreen_SetVoiceActivateByUserID(void* hScreen, char* userID);
+KXSCREEN_API int KXScreen_CancelVoiceActivate(void* hScreen);
+/* userIDs: the speaking participants' IDs separated by ','; the first is the active speaker. */
+KXSCREEN_API int KXScreen_SetCurSpeakPerson(void* hScreen, char* userIDs);
+/* [any thread] Weak network or a quality level (1 worst .. 6 best, 0 unknown) for a participant. */
+KXSCREEN_API int KXScreen_UpdateNetWeak(void* hScreen, const char* userID, bool bNetWeak, int iNetLevel);
+
+/* ------------------------------------------------------------------------ */
+/* Layout and gallery                                                        */
+/* ------------------------------------------------------------------------ */
+
+/* [any thread] Sets the layout (enum KXScreenLayout; other values show the grid). */
+KXSCREEN_API int KXScreen_SetCurMode(void* hScreen, int iMode);
+/* [any thread] The current layout. */
+KXSCREEN_API int KXScreen_GetCurMode(void* hScreen);
+/* [interface] The local user has finished joining: ordering and video stop/resume start now. */
+KXSCREEN_API int KXScreen_JoinMeetingFinish(void* hScreen);
+/* [interface] Non-zero while the gallery is minimised. Only a null handle is rejected. */
+KXSCREEN_API int KXScreen_IsIconic(void* hScreen);
+
+/* ------------------------------------------------------------------------ */
+/* Sharing                                                                   */
+/* ------------------------------------------------------------------------ */
+
+/* [any thread] The share is shown on the primary screen (true) or an external one. */
+KXSCREEN_API int KXScreen_ChangePrimaryScreen(void* hScreen, bool bPrimary);
+KXSCREEN_API int KXScreen_StartLocalShare(void* hScreen, int iShareType, bool bShare);
+KXSCREEN_API int KXScreen_StopLocalShare(void* hScreen);
+KXSCREEN_API int KXScreen_SetSharePaush(void* hScreen, bool bPause);
+KXSCREEN_API int KXScreen_ShareWhiteBoard(void* hScreen, const char* userID, bool bShare, bool bDulMode);
+KXSCREEN_API int KXScreen_ReposShareWgtForAnnonate(void* hScreen);
+/* [interface] Non-zero while the local user shares. */
+KXSCREEN_API int KXScreen_IsUserShare(void* hScreen);
+
+/* ------------------------------------------------------------------------ */
+/* Picture-in-picture, subtitles, display                                    */
+/* ------------------------------------------------------------------------ */
+
+/* [interface] */
+KXSCREEN_API int KXScreen_ShowPicInPic(void* hScreen, bool bShow);
+KXSCREEN_API QWidget* KXScreen_GetPicInPicWidgetPtr(void* hScreen);
+/* [any thread] A subtitle line: iType (0 partial, 1 final), iIndex, speaker name (UTF-8), text (UTF-8). */
+KXSCREEN_API int KXScreen_AddSentence(void* hScreen, int iType, int iIndex, char* name, char* text);
+KXSCREEN_API int KXScreen_ClearSubtitles(void* hScreen);
+KXSCREEN_API int KXScreen_OpenSubtitle(void* hScreen, bool bOpen);
+/* [any thread] Scale factors of the primary and the other screen. */
+KXSCREEN_API int KXScreen_SetDPIs(void* hScreen, double dpi1, double dpi2);
+/* [any thread] Light skin on or off. No handle check: call it before KXScreen_Init so that the
+ * gallery starts in that skin. */
+KXSCREEN_API int KXScreen_SetIsNewSkin(void* hScreen, bool bNewSkin);
+/* [any thread] The meeting room window was minimised or restored. No handle check. */
+KXSCREEN_API int KXScreen_SetMeetingRoomMinimized(void* hScreen, bool bMinimized);
+
+#ifdef __cplusplus
+} /* extern "C" */
+
+extern "C" {
+/* [any thread] Places the gallery at rect, in its parent's coordinates. flags: 0 move and show,
+ * KXSCREEN_MOVE_HIDE (1) move and hide, KXSCREEN_MOVE_RAISE (2) move, show and raise. */
+enum { KXSCREEN_MOVE_SHOW = 0, KXSCREEN_MOVE_HIDE = 1, KXSCREEN_MOVE_RAISE = 2 };
+KXSCREEN_API int KXScreen_MoveWindow(void* hScreen, QRect rect, int flags);
+/* [interface] Name (local 8-bit), call state and head image of an invited participant. */
+KXSCREEN_API int KXScreen_SetUnjoinedPersonInfo(void* hScreen, void* hPlay, char* name, int iStatus, const QImage& image);
+/* [any thread] Text watermark over shared screens. */
+KXSCREEN_API int KXScreen_SetShareWatermark(void* hScreen, QString text, bool bShow);
+/* [interface] Geometry of the share tile in global coordinates (empty when none). */
+KXSCREEN_API QRect KXScreen_GetShareWgtPos(void* hScreen);
+}
+
+/* Function pointer types for hosts that resolve the exports at run time. */
+typedef void* (*PFN_KXScreen_Init)(QWidget*, const char*, KXScreenMsgCallback);
+typedef void (*PFN_KXScreen_Release)(void*);
+typedef int (*PFN_KXScreen_SetParent)(void*, QWidget*);
+typedef void* (*PFN_KXScreen_AddPerson)(void*, char*, char*, char*, int64_t, int, void*, int);
+typedef int (*PFN_KXScreen_DelPerson)(void*, void*);
+typedef int (*PFN_KXScreen_PlayFrame)(void*, void*, void*);
+typedef int (*PFN_KXScreen_Preview)(void*, void*, bool);
+typedef int (*PFN_KXScreen_SetMute)(void*, void*, int);
+typedef int (*PFN_KXScreen_SetHasMic)(void*, void*, bool);
+typedef int (*PFN_KXScreen_SetPersonInfo)(void*, void*, bool, int, char*);
+typedef int (*PFN_KXScreen_SetPersonHeadImg)(void*, void*, const QImage*);
+typedef int (*PFN_KXScreen_SetUnjoinedPersonInfo)(void*, void*, char*, int, const QImage&);
+typedef int (*PFN_KXScreen_SetVolume)(void*, void*, int);
+typedef int (*PFN_KXScreen_AllLook)(void*, void*, int);
+typedef int (*PFN_KXScreen_LockLook)(void*, void*, int);
+typedef const char* (*PFN_KXScreen_GetUserID)(void*);
+typedef int (*PFN_KXScreen_FocusByUserID)(void*, char*);
+typedef int (*PFN_KXScreen_SetVoiceActivateByUserID)(void*, char*);
+typedef int (*PFN_KXScreen_CancelVoiceActivate)(void*);
+typedef int (*PFN_KXScreen_SetCurSpeakPerson)(void*, char*);
+typedef int (*PFN_KXScreen_SetCurMode)(void*, int);
+typedef int (*PFN_KXScreen_GetCurMode)(void*);
+typedef int (*PFN_KXScreen_MoreInHide)(void*, void*);
+typedef int (*PFN_KXScreen_MoveWindow)(void*, QRect, int);
+typedef int (*PFN_KXScreen_JoinMeetingFinish)(void*);
+typedef int (*PFN_KXScreen_ChangePrimaryScreen)(void*, bool);
+typedef int (*PFN_KXScreen_StartLocalShare)(void*, int, bool);
+typedef int (*PFN_KXScreen_StopLocalShare)(void*);
+typedef int (*PFN_KXScreen_SetShareWatermark)(void*, QString, bool);
+typedef int (*PFN_KXScreen_SetSharePaush)(void*, bool);
+typedef int (*PFN_KXScreen_ShareWhiteBoard)(void*, const char*, bool, bool);
+typedef int (*PFN_KXScreen_ReposShareWgtForAnnonate)(void*);
+typedef QRect (*PFN_KXScreen_GetShareWgtPos)(void*);
+typedef int (*PFN_KXScreen_IsUserShare)(void*);
+typedef int (*PFN_KXScreen_UpdateNetWeak)(void*, const char*, bool, int);
+typedef int (*PFN_KXScreen_ShowPicInPic)(void*, bool);
+typedef QWidget* (*PFN_KXScreen_GetPicInPicWidgetPtr)(void*);
+typedef int (*PFN_KXScreen_IsIconic)(void*);
+typedef int (*PFN_KXScreen_AddSentence)(void*, int, int, char*, char*);
+typedef int (*PFN_KXScreen_ClearSubtitles)(void*);
+typedef int (*PFN_KXScreen_OpenSubtitle)(void*, bool);
+typedef int (*PFN_KXScreen_SetDPIs)(void*, double, double);
+typedef int (*PFN_KXScreen_SetIsNewSkin)(void*, bool);
+typedef int (*PFN_KXScreen_SetMeetingRoomMinimized)(void*, bool);
+#endif /* __cplusplus */
+
+#endif /* KXSCREENMOD2_H */

@@ -1,0 +1,104 @@
+#include "moduleapp.h"
+
+#include "modulelog.h"
+#include "platform.h"
+#include "qkxscreenconfig.h"
+
+#include <QApplication>
+#include <QMutex>
+#include <QTranslator>
+#include <atomic>
+
+static void kxInitResources()
+{
+    Q_INIT_RESOURCE(kxscreenmod);
+    Q_INIT_RESOURCE(translations);
+}
+
+namespace kxmodule {
+
+namespace {
+QMutex g_attachLock;
+std::atomic<bool> g_attached{false};
+QApplication* g_ownApp = nullptr;
+QTranslator* g_translator = nullptr;
+float g_primary = 1.0f;
+float g_other = 1.0f;
+int g_argc = 0;
+char* g_argv[] = {nullptr};
+} // namespace
+
+void ensureAttached()
+{
+    if (g_attached.load(std::memory_order_acquire))
+        return;
+    processAttach();
+}
+
+void processAttach()
+{
+    QMutexLocker lock(&g_attachLock);
+    if (g_attached.load())
+        return;
+
+    if (!QCoreApplication::instance()) {
+        // The scale factors must be in the environment before the application
+        // object reads it.
+        kxplatform::queryScaleFactors(g_primary, g_other);
+        qputenv("QT_SCREEN_SCALE_FACTORS", kxplatform::scaleFactorsText(g_primary, g_other));
+        QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps, true);
+#ifdef Q_OS_WIN
+        // Plug-in paths set for the host's own Qt must not leak into ours.
+        const bool b1 = qputenv("QT_QPA_PLATFORM_PLUGIN_PATH", QByteArray());
+        KXLOG << "qputenv " << b1;
+        const bool b2 = qputenv("QT_PLUGIN_PATH", QByteArray());
+        KXLOG << "qputenv " << b2;
+#endif
+        g_ownApp = new QApplication(g_argc, g_argv);
+    } else if (!qobject_cast<QApplication*>(QCoreApplication::instance())) {
+        KXWARN << "[ScreenMod]the host's application object is not a QApplication; widgets cannot be created";
+    }
+
+    kxInitResources();
+    if (!g_translator) {
+        g_translator = new QTranslator();
+        if (g_translator->load(QStringLiteral(":/i18n/KXScreenMod_en.qm")))
+            QCoreApplication::installTranslator(g_translator);
+    }
+    QKXScreenConfig::getInstance();
+    g_attached.store(true, std::memory_order_release);
+}
+
+void processDetach()
+{
+    QMutexLocker lock(&g_attachLock);
+    if (!g_attached.load())
+        return;
+    QKXScreenConfig::destroyInstance();
+    if (g_translator) {
+        if (QCoreApplication::instance())
+            QCoreApplication::removeTranslator(g_translator);
+        delete g_translator;
+        g_translator = nullptr;
+    }
+    delete g_ownApp;
+    g_ownApp = nullptr;
+    g_attached.store(false);
+}
+
+bool ownsApplication()
+{
+    return g_ownApp != nullptr;
+}
+
+float primaryScaleFactor()
+{
+    return g_primary;
+}
+
+float otherScaleFactor()
+{
+    return g_other;
+}
+
+} // namespace kxmodule

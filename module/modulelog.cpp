@@ -1,0 +1,3 @@
+#include "modulelog.h"
+
+Q_LOGGING_CATEGORY(lcKXScreen, "kxscreen")

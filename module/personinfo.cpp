@@ -1,0 +1,7 @@
+#include "personinfo.h"
+
+tagPersonInfo::~tagPersonInfo()
+{
+    delete[] m_pBufYuv420p;
+    m_pBufYuv420p = nullptr;
+}

@@ -1,0 +1,67 @@
+#ifndef KX_PERSONINFO_H
+#define KX_PERSONINFO_H
+
+#include <QImage>
+#include <QString>
+#include <QtGlobal>
+
+class CPlayWidget;
+
+// One participant as the gallery knows it. Created on the host's thread by
+// QDlgScreen::AddMeetingPerson, owned and freed by the gallery controller.
+// The frame buffer fields (iWidth .. iAlignedWidth) are touched only under the
+// frame lock and the showing tile's mutex.
+struct tagPersonInfo
+{
+    QString userID;              // "sharescreen_..." share stream, "unjoined_..." invited
+    QString userName;
+    qint32 iRoleType = 0;        // 1 host, 2 co-host
+    bool bSelf = false;          // the local user
+    bool bMute = true;
+    bool bHasMic = true;
+    CPlayWidget* pWidget = nullptr; // tile showing this participant, or null
+    void* pUserData = nullptr;   // the host's pointer, handed back in notifications
+    bool bLockLook = false;      // the local user locked the view on this participant
+    bool bPreview = true;        // video is on
+    bool bVideoStatusChange = false; // bPreview changed; consumed by the display order
+    bool bAllLook = false;       // the host made everyone look at this participant
+    qint32 eStreamStatus = 0;    // 0 no stream yet, 1 no frames flowing, 2 frames arriving
+    bool bStreamTypeChange = true; // iStreamType must be announced to the host again
+    qint32 iStreamType = 0;      // 2 small, 3 ordinary, 4 large
+    qint32 iVolume = 0;          // speaking level last reported by the host, 0..100
+    qint32 iExtra = 0;           // host value, stored unchanged
+    qint64 joinTime = 0;
+    qint64 addTime = 0;          // ms since epoch: creation, then last frame / stream tick
+    bool bAttached = false;      // a tile has taken the record
+    qint32 iNetLevel = 6;        // 1..6 quality, 0 unknown yet, -1 waiting abandoned
+    bool bNetWeak = false;
+    qint32 m_iStatus = 1;        // call state of an invited participant
+    QImage headImage;
+    QString qstrExtra;           // host value, stored unchanged
+    qint32 iWidth = 0;
+    qint32 iHeight = 0;
+    unsigned char* m_pBufYuv420p = nullptr; // I420, owned
+    qint32 iBufLen = 0;
+    qint32 iAlignedWidth = 0;    // iWidth & ~7
+    bool bFocusMark = false;     // set by the speaker4 pass for its focus participant
+
+    tagPersonInfo() = default;
+    ~tagPersonInfo();
+    tagPersonInfo(const tagPersonInfo&) = delete;
+    tagPersonInfo& operator=(const tagPersonInfo&) = delete;
+
+    bool isShareScreen() const { return userID.startsWith(QLatin1String("sharescreen_")); }
+    bool isUnjoined() const { return userID.startsWith(QLatin1String("unjoined_")); }
+    bool hasVideo() const { return bPreview && eStreamStatus != 0 && eStreamStatus != 1; }
+};
+typedef tagPersonInfo ST_PersonInfo;
+
+// The handle the host holds for one participant.
+struct ST_KXPlayHdl
+{
+    QString userID;
+    QString userName;
+    tagPersonInfo* pPlayData = nullptr;
+};
+
+#endif

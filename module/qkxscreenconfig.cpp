@@ -1,0 +1,250 @@
+#include "qkxscreenconfig.h"
+
+#include "cabsuimsgcallback.h"
+#include "kxscreenmod2.h"
+#include "modulelog.h"
+#include "personinfo.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QScreen>
+#include <QSettings>
+#include <thread>
+
+namespace {
+QKXScreenConfig* g_instance = nullptr;
+}
+
+QKXScreenConfig* QKXScreenConfig::getInstance()
+{
+    if (!g_instance)
+        g_instance = new QKXScreenConfig(nullptr);
+    return g_instance;
+}
+
+void QKXScreenConfig::destroyInstance()
+{
+    delete g_instance;
+    g_instance = nullptr;
+}
+
+QKXScreenConfig::QKXScreenConfig(QObject* parent)
+    : QObject(parent)
+{
+    if (QCoreApplication::instance())
+        m_qstrBaseDir = QCoreApplication::applicationDirPath();
+    QRect screenRect;
+    QRect destRect;
+    if (auto* app = qobject_cast<QGuiApplication*>(QCoreApplication::instance())) {
+        if (QScreen* screen = app->primaryScreen()) {
+            screenRect = screen->availableGeometry();
+            destRect = screen->geometry();
+        }
+    }
+    m_rcScreen = screenRect;
+    m_rcDest = destRect;
+    KXLOG << "screenRect:" << screenRect << ",destRect:" << destRect;
+
+    // The 4K image set stays switched off: the raster images are drawn for the
+    // ordinary set and scaled by the toolkit.
+    const bool use4K = false;
+    if (use4K) {
+        m_b4K = true;
+        m_qstrImgDir = QStringLiteral(":/pic4k/");
+    } else {
+        m_qstrImgDir = QStringLiteral(":/pic/");
+    }
+}
+
+QKXScreenConfig::~QKXScreenConfig() = default;
+
+bool QKXScreenConfig::testDelPerson(void* pPerson, bool bErase)
+{
+    QMutexLocker lock(&m_registryLock);
+    auto it = m_deletedPersonRegistry.find(pPerson);
+    if (it == m_deletedPersonRegistry.end())
+        return false;
+    if (bErase)
+        m_deletedPersonRegistry.erase(it);
+    return true;
+}
+
+void QKXScreenConfig::addDelPerson(void* pPerson)
+{
+    QMutexLocker lock(&m_registryLock);
+    m_deletedPersonRegistry.insert(pPerson, pPerson);
+}
+
+int QKXScreenConfig::delPersonCount() const
+{
+    QMutexLocker lock(&m_registryLock);
+    return m_deletedPersonRegistry.size();
+}
+
+QString QKXScreenConfig::getBackColor() const
+{
+    return isNewSkin() ? QStringLiteral("#FFFFFF") : QStringLiteral("#2A2E36");
+}
+
+QString QKXScreenConfig::getTextColor() const
+{
+    return isNewSkin() ? QStringLiteral("#262626") : QStringLiteral("#FFFFFF");
+}
+
+QString QKXScreenConfig::getScreenColor() const
+{
+    return isNewSkin() ? QStringLiteral("#FFFFFF") : QStringLiteral("#0C1017");
+}
+
+void QKXScreenConfig::setBaseDir(const QString& dir)
+{
+    QMutexLocker lock(&m_settingsLock);
+    m_qstrBaseDir = dir;
+}
+
+QString QKXScreenConfig::baseDir() const
+{
+    QMutexLocker lock(&m_settingsLock);
+    return m_qstrBaseDir;
+}
+
+void QKXScreenConfig::getLoadingParam()
+{
+    // The disk is read on a thread of its own so that KXScreen_Init never waits
+    // for it; the two flags are written once and read without a lock.
+    std::thread([this]() { loadSettingsNow(); }).detach();
+}
+
+void QKXScreenConfig::loadSettingsNow()
+{
+    const QString iniFile = baseDir() + QStringLiteral("/user_data/sys_ver.ini");
+    bool cacheFrame = false;
+    bool showRes = false;
+    if (QFileInfo(iniFile).isFile()) {
+        QSettings settings(iniFile, QSettings::IniFormat);
+        if (settings.status() == QSettings::NoError) {
+            cacheFrame = settings.value(QStringLiteral("version/cache_frame1"), false).toBool();
+            showRes = settings.value(QStringLiteral("version/show_resolution"), false).toBool();
+        }
+    }
+    m_bCacheFrame.store(cacheFrame);
+    m_bShowResolution.store(showRes);
+    KXLOG << "qstrIniFile:" << iniFile << "bShowRes:" << showRes;
+}
+
+void QKXScreenConfig::addCallback(CAbsUIMsgCallback* cb)
+{
+    if (!cb)
+        return;
+    QMutexLocker lock(&m_callbackLock);
+    if (!m_callbacks.contains(cb))
+        m_callbacks.append(cb);
+}
+
+void QKXScreenConfig::removeCallback(CAbsUIMsgCallback* cb)
+{
+    QMutexLocker lock(&m_callbackLock);
+    m_callbacks.removeAll(cb);
+}
+
+int QKXScreenConfig::callbackCount() const
+{
+    QMutexLocker lock(&m_callbackLock);
+    return m_callbacks.size();
+}
+
+void QKXScreenConfig::notifyHost(unsigned int msg, quint64 wParam, quint64 lParam)
+{
+    // A copy, so that a host function that releases a gallery (and so removes
+    // its callback) does not disturb the iteration.
+    QList<CAbsUIMsgCallback*> targets;
+    {
+        QMutexLocker lock(&m_callbackLock);
+        targets = m_callbacks;
+    }
+    for (CAbsUIMsgCallback* cb : targets) {
+        {
+            // Skip a target released by an earlier callback of this same round.
+            QMutexLocker lock(&m_callbackLock);
+            if (!m_callbacks.contains(cb))
+                continue;
+        }
+        cb->UIMsgNotify(msg, wParam, lParam);
+    }
+}
+
+void QKXScreenConfig::setDPIs(double d1, double d2)
+{
+    QMutexLocker lock(&m_settingsLock);
+    m_dpi1 = d1;
+    m_dpi2 = d2;
+}
+
+double QKXScreenConfig::dpi1() const
+{
+    QMutexLocker lock(&m_settingsLock);
+    return m_dpi1;
+}
+
+double QKXScreenConfig::dpi2() const
+{
+    QMutexLocker lock(&m_settingsLock);
+    return m_dpi2;
+}
+
+QString QKXScreenConfig::dumpFilePath(const QString& baseDir, const QString& userName,
+                                      const QString& userID, int w, int h)
+{
+    // Names and IDs come from the host: keep them inside the dump directory by
+    // replacing anything that could climb out of it or is not a file-name character.
+    auto safe = [](QString s) {
+        for (QChar& c : s) {
+            if (c == QLatin1Char('/') || c == QLatin1Char('\\') || c == QLatin1Char(':')
+                || c.unicode() < 0x20)
+                c = QLatin1Char('_');
+        }
+        s.replace(QStringLiteral(".."), QStringLiteral("__"));
+        return s;
+    };
+    return QStringLiteral("%1/log/tmpFrame/(%2)%3_%4x%5.yuv")
+        .arg(baseDir)
+        .arg(safe(userName))
+        .arg(safe(userID))
+        .arg(w)
+        .arg(h);
+}
+
+void QKXScreenConfig::dumpFrame(const tagPersonInfo* pPerson, const KxCloudRTCVideoFrameQT* frame)
+{
+    if (!pPerson || !frame || !frame->data)
+        return;
+    QFile file(dumpFilePath(baseDir(), pPerson->userName, pPerson->userID, frame->width, frame->height));
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        return;
+    file.write(reinterpret_cast<const char*>(frame->data), frame->length);
+    file.close();
+}
+
+void QKXScreenConfig::resetMeetingState()
+{
+    m_bHasShare = false;
+    m_bDisplayOrderFlag = false;
+    m_qstrAciveUserID.clear();
+    m_pMaxPlayWidget = nullptr;
+    m_pSecondBigPlayWidget = nullptr;
+    m_pBigPlayWidget = nullptr;
+    m_iPersonCount = 0;
+}
+
+void QKXScreenConfig::addSentence(int iType, int iIndex, const QString& name, const QString& text)
+{
+    // Host threads call this: only the queued signal carries the line on.
+    emit modSignalAddSubtitle(iType, iIndex, name, text);
+}
+
+void QKXScreenConfig::clearSubtitles()
+{
+    emit modSignalClearSubtitles();
+}

@@ -1,0 +1,536 @@
+#include "cplaywidget.h"
+
+#include "kxscreenmod2.h"
+#include "modulelog.h"
+#include "personinfo.h"
+#include "qdlgplayinfo.h"
+#include "qkxscreenconfig.h"
+#include "videoframe.h"
+
+#include <QApplication>
+#include <QDateTime>
+#include <QDesktopWidget>
+#include <QMouseEvent>
+#include <QTimer>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+namespace {
+
+const char* const kVertexShader =
+    "attribute vec4 vertexIn; attribute vec2 textureIn; varying vec2 textureOut; "
+    "void main(void) { gl_Position = vertexIn; textureOut = textureIn; }";
+
+// BT.709 limited range; the row vector (Y, U, V, 1) times the matrix gives RGB,
+// with the offsets folded into the fourth column.
+const char* const kFragmentShader =
+    "#ifdef GL_ES\n"
+    " precision mediump float; \n"
+    " #endif\n"
+    " varying vec2 textureOut; uniform sampler2D tex_y; uniform sampler2D tex_u; "
+    "uniform sampler2D tex_v; const mat4 YUV2RGB = mat4( 1.1643835616, 0, 1.7927410714, "
+    "-0.9729450750, 1.1643835616, -0.2132486143, -0.5329093286, 0.3014826655, "
+    "1.1643835616, 2.1124017857, 0, -1.1334022179, 0, 0, 0, 1); void main(void) { "
+    "vec3 yuv; yuv.x = texture2D(tex_y, textureOut).r; yuv.y = texture2D(tex_u, "
+    "textureOut).r; yuv.z = texture2D(tex_v, textureOut).r; gl_FragColor = vec4(yuv, "
+    "1.0) * YUV2RGB; }";
+
+// Client-side arrays: they must outlive every draw, hence static storage.
+const GLfloat kVertices[] = {
+    -1.0f, -1.0f,
+     1.0f, -1.0f,
+    -1.0f,  1.0f,
+     1.0f,  1.0f,
+};
+// Flipped vertically, so that row 0 of the buffer is the top of the picture.
+const GLfloat kTexCoords[] = {
+    0.0f, 1.0f,
+    1.0f, 1.0f,
+    0.0f, 0.0f,
+    1.0f, 0.0f,
+};
+
+bool isDeletedPerson(tagPersonInfo* person)
+{
+    return QKXScreenConfig::getInstance()->testDelPerson(person, false);
+}
+
+} // namespace
+
+CPlayWidget::CPlayWidget(QWidget* parent)
+    : QOpenGLWidget(parent, Qt::WindowFlags())
+    , m_textureY(QOpenGLTexture::Target2D)
+    , m_textureU(QOpenGLTexture::Target2D)
+    , m_textureV(QOpenGLTexture::Target2D)
+{
+    setGeometry(0, 0, 1, 1);
+    hide();
+    m_pPlayInfo = new QDlgPlayInfo(this);
+    if (QWidget* win = window())
+        m_iDevicePixelRatio = win->devicePixelRatio();
+
+    // Automatic connections: emissions from the host's thread are queued to
+    // the GUI thread, where the tile lives.
+    connect(this, &CPlayWidget::notifyRender, this, &CPlayWidget::onRender);
+    connect(this, &CPlayWidget::notifyViewCenter, this, &CPlayWidget::onViewCenter);
+
+    m_pClickTimer = new QTimer(this);
+    connect(m_pClickTimer, &QTimer::timeout, this, &CPlayWidget::mouseClick);
+}
+
+CPlayWidget::~CPlayWidget()
+{
+    makeCurrent();
+    m_textureY.destroy();
+    m_textureU.destroy();
+    m_textureV.destroy();
+}
+
+// ---------------------------------------------------------------------------
+// Participant
+// ---------------------------------------------------------------------------
+
+void CPlayWidget::setPersonData(void* person, bool bFlag)
+{
+    Q_UNUSED(bFlag);
+    auto* newPerson = static_cast<tagPersonInfo*>(person);
+    if (!m_pPersonInfo && !newPerson)
+        return;
+
+    bool wasShare = false;
+    {
+        QMutexLocker lock(&m_mutex);
+        if (m_pPersonInfo && isDeletedPerson(m_pPersonInfo)) {
+            m_pPersonInfo = nullptr;
+            KXLOG << "m_pPersonInfo had delete";
+        }
+        wasShare = m_pPersonInfo && m_pPersonInfo->userID.contains(QLatin1String("sharescreen_"));
+
+        m_pPersonInfo = newPerson;
+        if (newPerson) {
+            if (newPerson->iWidth != 0) {
+                newPerson->iAlignedWidth = newPerson->iWidth & ~7;
+                emit notifyViewCenter(width(), height());
+            }
+            KXLOG << "[ScreenMod]CPlayWidget::setPersonData this:" << this << ", name" << newPerson->userName;
+            newPerson->bAttached = true;
+            // Frames are sized afresh after a change of participant, unless
+            // this one is already streaming.
+            m_bChangeTag = true;
+            if (newPerson->bPreview && newPerson->eStreamStatus == 2)
+                m_bChangeTag = false;
+            m_pPlayInfo->setPersonInfo(newPerson);
+        }
+    }
+
+    if (!newPerson && wasShare) {
+        // A shared screen may be confidential: do not leave its last picture up.
+        makeCurrent();
+        glClearColor(0, 0, 0, 1);
+        glClear(GL_COLOR_BUFFER_BIT);
+        doneCurrent();
+    }
+}
+
+tagPersonInfo* CPlayWidget::personInfo() const
+{
+    QMutexLocker lock(&m_mutex);
+    return m_pPersonInfo;
+}
+
+void CPlayWidget::ClearVideo()
+{
+    QMutexLocker lock(&m_mutex);
+    if (!m_pPersonInfo)
+        return;
+    tagPersonInfo* p = m_pPersonInfo;
+    if (p->m_pBufYuv420p && p->iBufLen > 0) {
+        // The chroma offsets use iWidth (not iAlignedWidth) and so may not match
+        // where the renderer reads chroma for widths that are not multiples of 8.
+        const qint64 lumaSize = qint64(p->iWidth) * p->iHeight;
+        std::memset(p->m_pBufYuv420p, 0, size_t(p->iBufLen));
+        std::memset(p->m_pBufYuv420p + lumaSize, 128, size_t(lumaSize / 4));
+        std::memset(p->m_pBufYuv420p + lumaSize * 5 / 4, 128, size_t(lumaSize / 4));
+    }
+    emit notifyRender();
+}
+
+// ---------------------------------------------------------------------------
+// Frame intake (host thread)
+// ---------------------------------------------------------------------------
+
+bool CPlayWidget::PlayOneFrame(const KxCloudRTCVideoFrameQT* frame)
+{
+    QMutexLocker lock(&m_mutex);
+    if (!m_pPersonInfo)
+        return false;
+    if (isDeletedPerson(m_pPersonInfo)) {
+        m_pPersonInfo = nullptr;
+        KXLOG << "m_pPersonInfo had delete";
+        return false;
+    }
+
+    // A frame the copy cannot trust is refused before anything is touched, so
+    // the buffer and the picture already in it stay as they are.
+    const char* reason = frame ? kxvideo::frameRejectReason(frame->data, frame->width, frame->height)
+                               : "null frame";
+    if (reason) {
+        KXLOG << QStringLiteral("PlayOneFrame refused frame: %1, userName:%2, size:%3x%4")
+                     .arg(QLatin1String(reason), m_pPersonInfo->userName,
+                          QString::number(frame ? frame->width : 0),
+                          QString::number(frame ? frame->height : 0));
+        return false;
+    }
+
+    if (m_bDumpNextFrame) {
+        m_bDumpNextFrame = false;
+        QKXScreenConfig::getInstance()->dumpFrame(m_pPersonInfo, frame);
+    }
+
+    const int width = frame->width;
+    const int height = frame->height;
+    const int A = width & ~7;
+
+    if (width != m_pPersonInfo->iWidth || height != m_pPersonInfo->iHeight || m_bChangeTag)
+        SetVideoSize(unsigned(width), unsigned(height));
+
+    m_pPersonInfo->iAlignedWidth = A;
+
+    if (!m_pPersonInfo->m_pBufYuv420p)
+        return false;
+
+    // Rows are cut to A bytes so that every texture row is a multiple of 8;
+    // for odd heights V lands one chroma row later than the renderer reads it.
+    kxvideo::copyI420Aligned(frame->data, width, height, m_pPersonInfo->m_pBufYuv420p);
+    emit notifyRender();
+    return true;
+}
+
+void CPlayWidget::SetVideoSize(unsigned int width, unsigned int height)
+{
+    QMutexLocker lock(&m_mutex);
+    if (width == 0 || height == 0 || !m_pPersonInfo)
+        return;
+
+    tagPersonInfo* p = m_pPersonInfo;
+    const qint64 bufSize = kxvideo::bufferSizeFor(width, height);
+    if (bufSize < 0) {
+        KXLOG << QStringLiteral("SetVideoSize refused size: %1x%2, userName:%3")
+                     .arg(QString::number(width), QString::number(height), p->userName);
+        return;
+    }
+    int need = int(width) * int(height) * 2;
+    KXLOG << "SetVideoSize m_pPersonInfo->iWidth:" << p->iWidth << ", m_pPersonInfo->iHeight:" << p->iHeight
+          << ", m_pPersonInfo->iBufLen:" << p->iBufLen << ", iTmpLen:" << need;
+
+    p->iWidth = int(width);
+    p->iHeight = int(height);
+
+    if (need > p->iBufLen && p->m_pBufYuv420p) {
+        KXLOG << "xxxxx setVideoSize,iWidth,iHeight:" << width << height;
+        delete[] p->m_pBufYuv420p;
+        p->m_pBufYuv420p = nullptr;
+    }
+
+    if (!p->m_pBufYuv420p) {
+        need += 20480;
+        p->iBufLen = need;
+        // Not cleared: the next copy overwrites what the renderer reads.
+        p->m_pBufYuv420p = new (std::nothrow) unsigned char[size_t(need)];
+        if (!p->m_pBufYuv420p) {
+            KXLOG << "m_pBufYuv420p alloc failed! Maybe no frames shown in the widget，alloc_size=" << need;
+            p->iBufLen = 0;
+        }
+    }
+
+    KXLOG << "2SetVideoSize m_pPersonInfo->iWidth:" << p->iWidth << ", m_pPersonInfo->iHeight:" << p->iHeight
+          << ", m_pPersonInfo->iBufLen:" << p->iBufLen << ", iTmpLen:" << need;
+
+    emit notifyViewCenter(this->width(), this->height());
+}
+
+// ---------------------------------------------------------------------------
+// Showing
+// ---------------------------------------------------------------------------
+
+void CPlayWidget::showTile()
+{
+    show();
+    if (isChangeTag())
+        QTimer::singleShot(30, this, &CPlayWidget::delayResetChangeTag);
+    m_pPlayInfo->refreshDisplay();
+}
+
+void CPlayWidget::showTileNormal()
+{
+    showNormal();
+    if (isChangeTag()) {
+        QTimer::singleShot(100, this, &CPlayWidget::delayResetChangeTag);
+        m_pPlayInfo->setVideoState(true, true);
+    }
+}
+
+void CPlayWidget::hide()
+{
+    QOpenGLWidget::hide();
+}
+
+void CPlayWidget::setGeometry(int x, int y, int w, int h)
+{
+    QOpenGLWidget::setGeometry(x, y, w, h);
+}
+
+void CPlayWidget::setGeometry(const QRect& rect)
+{
+    QOpenGLWidget::setGeometry(rect);
+}
+
+QDlgPlayInfo* CPlayWidget::playInfo() const
+{
+    return m_pPlayInfo;
+}
+
+bool CPlayWidget::isNoVideo() const
+{
+    return m_pPlayInfo ? m_pPlayInfo->isNoVideo() : false;
+}
+
+QRect CPlayWidget::videoRect() const
+{
+    QMutexLocker lock(&m_mutex);
+    return QRect(m_iDspX, m_iDspY, m_iDspWidth, m_iDspHeight);
+}
+
+void CPlayWidget::addVideoRect(QRect& rc) const
+{
+    QMutexLocker lock(&m_mutex);
+    rc.setLeft(rc.left() + m_iDspX);
+    rc.setTop(rc.top() + m_iDspY);
+    rc.setRight(rc.left() + m_iDspWidth);
+    rc.setBottom(rc.top() + m_iDspHeight);
+}
+
+void CPlayWidget::setFocusTile(bool bFocus)
+{
+    m_bFocusTile = bFocus;
+}
+
+bool CPlayWidget::isFocusTile() const
+{
+    return m_bFocusTile;
+}
+
+bool CPlayWidget::isChangeTag() const
+{
+    QMutexLocker lock(&m_mutex);
+    return m_bChangeTag;
+}
+
+int CPlayWidget::paintedFrames() const
+{
+    return m_iPaintedFrames.load();
+}
+
+// ---------------------------------------------------------------------------
+// Slots
+// ---------------------------------------------------------------------------
+
+void CPlayWidget::onRender()
+{
+    if (isChangeTag())
+        return;
+    m_bCanRender = true;
+    update();
+    m_pPlayInfo->setVideoState(false, false);
+}
+
+void CPlayWidget::mouseClick()
+{
+    m_pClickTimer->stop();
+    emit mouseLClick(this);
+}
+
+void CPlayWidget::onViewCenter(int iWidth, int iHeight)
+{
+    // The arguments may be stale by the time a queued call arrives: the tile's
+    // current size is used instead.
+    Q_UNUSED(iWidth);
+    Q_UNUSED(iHeight);
+    QRect rc;
+    {
+        QMutexLocker lock(&m_mutex);
+        if (!m_pPersonInfo || m_pPersonInfo->iWidth == 0 || m_pPersonInfo->iHeight == 0)
+            return;
+        rc = kxvideo::fitVideo(width(), height(), m_pPersonInfo->iWidth, m_pPersonInfo->iHeight);
+        m_iDspX = rc.x();
+        m_iDspY = rc.y();
+        m_iDspWidth = rc.width();
+        m_iDspHeight = rc.height();
+    }
+    m_pPlayInfo->setVideoRect(rc.x(), rc.y(), rc.width(), rc.height());
+}
+
+void CPlayWidget::delayResetChangeTag()
+{
+    {
+        QMutexLocker lock(&m_mutex);
+        m_bChangeTag = false;
+    }
+    if (isVisible())
+        m_pPlayInfo->refreshDisplay();
+}
+
+// ---------------------------------------------------------------------------
+// Events
+// ---------------------------------------------------------------------------
+
+void CPlayWidget::timerEvent(QTimerEvent* event)
+{
+    Q_UNUSED(event);
+}
+
+void CPlayWidget::mousePressEvent(QMouseEvent* event)
+{
+    if (event->button() == Qt::LeftButton) {
+        // A single click is reported only when no second click or drag
+        // follows within the timer's run.
+        m_pClickTimer->start(300);
+        m_ptPress = event->globalPos();
+    }
+    QOpenGLWidget::mousePressEvent(event);
+}
+
+void CPlayWidget::mouseDoubleClickEvent(QMouseEvent* event)
+{
+    // The base handler is not called: it would treat the event as a press and
+    // start the click timer again.
+    m_pClickTimer->stop();
+    if (event->button() == Qt::RightButton) {
+        QMutexLocker lock(&m_mutex);
+        m_bDumpNextFrame = true;
+    } else {
+        emit mouseLDClick(this);
+    }
+}
+
+void CPlayWidget::mouseMoveEvent(QMouseEvent* event)
+{
+    const QPoint pos = event->globalPos();
+    const int dx = std::abs(pos.x() - m_ptPress.x());
+    const int dy = std::abs(pos.y() - m_ptPress.y());
+    if (dx > 5 || dy > 5)
+        m_pClickTimer->stop();
+    QOpenGLWidget::mouseMoveEvent(event);
+}
+
+// ---------------------------------------------------------------------------
+// OpenGL
+// ---------------------------------------------------------------------------
+
+void CPlayWidget::initializeGL()
+{
+    initializeOpenGLFunctions();
+    glEnable(GL_DEPTH_TEST);
+
+    m_program.addShaderFromSourceCode(QOpenGLShader::Fragment, kFragmentShader);
+    m_program.addShaderFromSourceCode(QOpenGLShader::Vertex, kVertexShader);
+    m_program.bindAttributeLocation("vertexIn", 0);
+    m_program.bindAttributeLocation("textureIn", 1);
+    m_program.link();
+    m_program.bind();
+
+    m_locTexY = m_program.uniformLocation("tex_y");
+    m_locTexU = m_program.uniformLocation("tex_u");
+    m_locTexV = m_program.uniformLocation("tex_v");
+
+    glVertexAttribPointer(0, 2, GL_FLOAT, GL_FALSE, 0, kVertices);
+    glVertexAttribPointer(1, 2, GL_FLOAT, GL_FALSE, 0, kTexCoords);
+    glEnableVertexAttribArray(0);
+    glEnableVertexAttribArray(1);
+
+    m_textureY.create();
+    m_textureU.create();
+    m_textureV.create();
+
+    glClearColor(0, 0, 0, 1);
+    glClear(GL_COLOR_BUFFER_BIT);
+}
+
+void CPlayWidget::resizeGL(int w, int h)
+{
+    m_pPlayInfo->move(0, 0);
+    m_pPlayInfo->setFixedSize(w, h);
+    emit notifyViewCenter(w, h);
+}
+
+void CPlayWidget::paintGL()
+{
+    QMutexLocker lock(&m_mutex);
+    tagPersonInfo* p = m_pPersonInfo;
+    if (!p) {
+        KXLOG << "painGL this:" << this << ", m_pPersonInfo:" << static_cast<void*>(p);
+        return;
+    }
+    if (isDeletedPerson(p)) {
+        // Only logged here: the pointer is dropped by the next frame or attach.
+        KXLOG << "m_pPersonInfo had delete";
+        return;
+    }
+    if (!p->m_pBufYuv420p) {
+        KXLOG << "nullptr == YUVBuf, userName:" << p->userName << ", bPreview:" << p->bPreview
+              << ", eStreamStatus:" << p->eStreamStatus;
+        return;
+    }
+    if (m_iDspWidth == 0 || m_iDspHeight == 0) {
+        KXLOG << "m_iDspWidth == 0, userName:" << p->userName << ", bPreview:" << p->bPreview
+              << ", eStreamStatus:" << p->eStreamStatus;
+        emit notifyViewCenter(width(), height());
+        return;
+    }
+    if (!m_bCanRender)
+        return;
+
+    QKXScreenConfig* config = QKXScreenConfig::getInstance();
+    const double s = QApplication::desktop()->screenNumber(this) == 0 ? config->dpi1() : config->dpi2();
+    glViewport(int(m_iDspX * s), int(m_iDspY * s), int(m_iDspWidth * s), int(m_iDspHeight * s));
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    glEnable(GL_DEPTH_TEST);
+    m_program.bind();
+
+    const int yw = p->iAlignedWidth;
+    const int yh = p->iHeight;
+    const int cw = p->iAlignedWidth / 2;
+    const int ch = p->iHeight / 2;
+    const unsigned char* planeY = p->m_pBufYuv420p;
+    const unsigned char* planeU = planeY + qint64(yw) * yh;
+    const unsigned char* planeV = planeY + qint64(yw) * yh * 5 / 4;
+
+    struct Plane {
+        GLenum unit;
+        QOpenGLTexture* texture;
+        int w;
+        int h;
+        const unsigned char* data;
+    };
+    const Plane planes[] = {
+        {GL_TEXTURE0, &m_textureY, yw, yh, planeY},
+        {GL_TEXTURE1, &m_textureU, cw, ch, planeU},
+        {GL_TEXTURE2, &m_textureV, cw, ch, planeV},
+    };
+    for (const Plane& plane : planes) {
+        glActiveTexture(plane.unit);
+        glBindTexture(GL_TEXTURE_2D, plane.texture->textureId());
+        glTexImage2D(GL_TEXTURE_2D, 0, GL_RED, plane.w, plane.h, 0, GL_RED, GL_UNSIGNED_BYTE, plane.data);
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+    }
+
+    glUniform1i(m_locTexY, 0);
+    glUniform1i(m_locTexU, 1);
+    glUniform1i(m_locTexV, 2);
+    glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
+    ++m_iPaintedFrames;
+}

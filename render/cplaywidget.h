@@ -1,0 +1,122 @@
+#ifndef KX_CPLAYWIDGET_H
+#define KX_CPLAYWIDGET_H
+
+#include <QOpenGLFunctions>
+#include <QOpenGLShaderProgram>
+#include <QOpenGLTexture>
+#include <QOpenGLWidget>
+#include <QPoint>
+#include <QRecursiveMutex>
+#include <QRect>
+#include <atomic>
+
+class QDlgPlayInfo;
+class QTimer;
+struct tagPersonInfo;
+struct KxCloudRTCVideoFrameQT;
+
+// One video tile: shows the I420 picture held in a participant record,
+// converted to RGB in a fragment shader and letterboxed inside the tile.
+// Frames are written into the record from the host's thread (PlayOneFrame),
+// under the frame lock and then m_mutex; painting happens on the GUI thread
+// under m_mutex only.
+class CPlayWidget : public QOpenGLWidget, protected QOpenGLFunctions
+{
+    Q_OBJECT
+public:
+    explicit CPlayWidget(QWidget* parent);
+    ~CPlayWidget() override;
+
+    // Attaches a participant record (null detaches). The flag is accepted for
+    // the callers' sake and has no effect on the tile.
+    void setPersonData(void* person, bool bFlag);
+
+    // Host thread, frame lock held: copies one picture into the attached
+    // record's buffer. False when nothing was copied (no record, refused
+    // frame, no buffer).
+    bool PlayOneFrame(const KxCloudRTCVideoFrameQT* frame);
+    // Sizes the attached record's buffer for a width x height picture.
+    void SetVideoSize(unsigned int width, unsigned int height);
+
+    // Paints the attached record's buffer black.
+    void ClearVideo();
+
+    void showTile();
+    void showTileNormal();
+
+    void hide();
+    void setGeometry(int x, int y, int w, int h);
+    void setGeometry(const QRect& rect);
+
+    // The overlay and its "no video" flag (false when there is no overlay).
+    QDlgPlayInfo* playInfo() const;
+    bool isNoVideo() const;
+
+    // The attached record, or null.
+    tagPersonInfo* personInfo() const;
+
+    // Video rectangle inside the tile, in logical pixels.
+    QRect videoRect() const;
+    // Adds the video rectangle to rc: left/top move by the rectangle's offset,
+    // right/bottom become left/top + the rectangle's size.
+    void addVideoRect(QRect& rc) const;
+
+    // The gallery's ninth tile, kept for the focused participant.
+    void setFocusTile(bool bFocus);
+    bool isFocusTile() const;
+
+    // True from attaching a record until the show timer has run out.
+    bool isChangeTag() const;
+
+    // Number of paints that actually drew a picture.
+    int paintedFrames() const;
+
+signals:
+    void mouseLClick(CPlayWidget* widget);
+    void mouseLDClick(CPlayWidget* widget);
+    void notifyPlayStatusChange(CPlayWidget* widget);
+    void notifyRender();
+    void notifyViewCenter(int iWidth, int iHeight);
+
+public slots:
+    void onRender();
+    void mouseClick();
+    void onViewCenter(int iWidth, int iHeight);
+    void delayResetChangeTag();
+
+protected:
+    void timerEvent(QTimerEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void initializeGL() override;
+    void resizeGL(int w, int h) override;
+    void paintGL() override;
+
+private:
+    int m_locTexY = 0;
+    int m_locTexU = 0;
+    int m_locTexV = 0;
+    QOpenGLTexture m_textureY;
+    QOpenGLTexture m_textureU;
+    QOpenGLTexture m_textureV;
+    QOpenGLShaderProgram m_program;
+    int m_iDspX = 0;
+    int m_iDspY = 0;
+    int m_iDspWidth = 0;
+    int m_iDspHeight = 0;
+    bool m_bCanRender = true;
+    bool m_bChangeTag = false;
+    QDlgPlayInfo* m_pPlayInfo = nullptr;
+    tagPersonInfo* m_pPersonInfo = nullptr;
+    QTimer* m_pClickTimer = nullptr;
+    QPoint m_ptPress;
+    mutable QRecursiveMutex m_mutex;
+    int m_iDevicePixelRatio = 1;
+    bool m_bDumpNextFrame = false;
+
+    bool m_bFocusTile = false;
+    std::atomic<int> m_iPaintedFrames{0};
+};
+
+#endif

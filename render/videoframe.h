@@ -1,0 +1,30 @@
+#ifndef KX_VIDEOFRAME_H
+#define KX_VIDEOFRAME_H
+
+#include <QRect>
+#include <QtGlobal>
+#include <cstdint>
+
+// Frame arithmetic of the video tile, free of widgets and GL.
+namespace kxvideo {
+
+// Letterbox fit of a videoW x videoH picture in a W x H tile (never crops).
+// The derived side is biased up by "+ 1" in its numerator, and a side within 2
+// pixels of the tile snaps to it. Returns (x, y, w, h) in tile pixels.
+QRect fitVideo(int W, int H, int videoW, int videoH);
+
+// Buffer bytes kept for a width x height picture: 2*w*h + 20480, or -1 when
+// either side is not positive or the size does not fit a signed 32-bit int.
+qint64 bufferSizeFor(qint64 width, qint64 height);
+
+// Why a frame cannot be copied safely, or nullptr when it can.
+const char* frameRejectReason(const void* data, qint64 width, qint64 height);
+
+// Copies an I420 picture into dst, rows cut to A = width & ~7 bytes:
+// Y (height rows of A), then U and V (ch = (height+1)/2 rows of (A+1)/2 each).
+// Returns the bytes written.
+qint64 copyI420Aligned(const uint8_t* src, int width, int height, uint8_t* dst);
+
+} // namespace kxvideo
+
+#endif

@@ -1,0 +1,15 @@
+#!/usr/bin/env bash
+# Installs what building, running and testing the module needs on Debian 12.
+set -euo pipefail
+pkgs=(cmake ninja-build g++ clang libclang-rt-14-dev
+      qtbase5-dev libqt5svg5-dev qttools5-dev qttools5-dev-tools libqt5opengl5-dev
+      libgl1-mesa-dri libglx-mesa0 mesa-utils xvfb xauth x11-xserver-utils fonts-dejavu-core)
+missing=()
+for p in "${pkgs[@]}"; do
+  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
+done
+if [ ${#missing[@]} -gt 0 ]; then
+  SUDO=""; [ "$(id -u)" -ne 0 ] && SUDO=sudo
+  $SUDO apt-get update -qq
+  DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}"
+fi
