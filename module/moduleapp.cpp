@@ -8,6 +8,7 @@
 #include <QMutex>
 #include <QTranslator>
 #include <atomic>
+#include <cstdlib>
 
 static void kxInitResources()
 {
@@ -55,6 +56,10 @@ void processAttach()
         KXLOG << "qputenv " << b2;
 #endif
         g_ownApp = new QApplication(g_argc, g_argv);
+        // Tear down before the exit handlers of the toolkit's own statics run
+        // (they were registered before this one and so run after it); the
+        // library's unload hook would come too late at process exit.
+        std::atexit([]() { processDetach(); });
     } else if (!qobject_cast<QApplication*>(QCoreApplication::instance())) {
         KXWARN << "[ScreenMod]the host's application object is not a QApplication; widgets cannot be created";
     }
