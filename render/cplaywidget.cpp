@@ -95,12 +95,13 @@ void CPlayWidget::setPersonData(void* person, bool bFlag)
 {
     Q_UNUSED(bFlag);
     auto* newPerson = static_cast<tagPersonInfo*>(person);
-    if (!m_pPersonInfo && !newPerson)
-        return;
-
     bool wasShare = false;
     {
+        // The host thread may drop the pointer (freed record), so even the
+        // first look at it is taken under the mutex.
         QMutexLocker lock(&m_mutex);
+        if (!m_pPersonInfo && !newPerson)
+            return;
         if (m_pPersonInfo && isDeletedPerson(m_pPersonInfo)) {
             m_pPersonInfo = nullptr;
             KXLOG << "m_pPersonInfo had delete";
@@ -124,8 +125,9 @@ void CPlayWidget::setPersonData(void* person, bool bFlag)
         }
     }
 
-    if (!newPerson && wasShare) {
-        // A shared screen may be confidential: do not leave its last picture up.
+    // A shared screen may be confidential: do not leave its last picture up.
+    // A tile that was never shown has no GL context and nothing to clear.
+    if (!newPerson && wasShare && isValid()) {
         makeCurrent();
         glClearColor(0, 0, 0, 1);
         glClear(GL_COLOR_BUFFER_BIT);

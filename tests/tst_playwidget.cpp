@@ -23,10 +23,24 @@
 #include <QtTest>
 
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <thread>
 #include <vector>
+
+#ifdef Q_OS_LINUX
+#include <sys/resource.h>
+#include <unistd.h>
+#endif
+
+#if defined(__SANITIZE_ADDRESS__)
+#define KX_TEST_ASAN 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define KX_TEST_ASAN 1
+#endif
+#endif
 
 namespace {
 
@@ -257,6 +271,7 @@ private slots:
     void bufferGrowsOnlyForLargerPictures();
     void refusedFrames_data();
     void refusedFrames();
+    void allocationFailureIsLogged();
     void deletedRecordIsDropped();
     void changeTagResizesEveryFrame();
     void clearVideoPaintsBlack();
@@ -269,6 +284,7 @@ private slots:
 
     void detachClears_data();
     void detachClears();
+    void detachShareFromHiddenTile();
     void overlayFollowsTile();
 
 private:
@@ -630,6 +646,71 @@ void TestPlayWidget::refusedFrames()
     tile.setPersonData(nullptr, false);
 }
 
+void TestPlayWidget::allocationFailureIsLogged()
+{
+#if !defined(Q_OS_LINUX)
+    QSKIP("the address-space limit used here is Linux-only");
+#elif defined(KX_TEST_ASAN)
+    QSKIP("AddressSanitizer reserves more address space than the limit allows");
+#else
+    auto person = makePerson(QStringLiteral("cam_big"), QStringLiteral("Big"));
+    CPlayWidget tile(nullptr);
+    tile.setPersonData(person.get(), true);
+    tile.delayResetChangeTag();
+    TestFrame small(64, 32);
+    small.fillPattern(4);
+    QVERIFY(feedFromHostThread(tile, small));
+
+    // A valid size whose buffer (2 * 16000 * 16000 + 20480 bytes) cannot be
+    // had under the limit set below. The data is never read: the copy is
+    // skipped when there is no buffer.
+    static const uint8_t junk[16] = {};
+    KxCloudRTCVideoFrameQT big;
+    std::memset(&big, 0, sizeof big);
+    big.data = junk;
+    big.length = sizeof junk;
+    big.width = 16000;
+    big.height = 16000;
+    const size_t need = size_t(2) * 16000 * 16000 + 20480;
+
+    rlimit old{};
+    QCOMPARE(getrlimit(RLIMIT_AS, &old), 0);
+    long vmPages = 0;
+    {
+        QFile statm(QStringLiteral("/proc/self/statm"));
+        QVERIFY(statm.open(QIODevice::ReadOnly));
+        vmPages = statm.readAll().split(' ').value(0).toLong();
+    }
+    QVERIFY(vmPages > 0);
+    rlimit tight = old;
+    tight.rlim_cur = rlim_t(vmPages) * rlim_t(sysconf(_SC_PAGESIZE)) + (rlim_t(256) << 20);
+    QCOMPARE(setrlimit(RLIMIT_AS, &tight), 0);
+    // If the limit does not bite here, the copy would run far past the junk bytes.
+    if (void* probe = std::malloc(need)) {
+        std::free(probe);
+        setrlimit(RLIMIT_AS, &old);
+        QSKIP("the address-space limit does not hold on this machine");
+    }
+    QTest::ignoreMessage(QtDebugMsg, QRegularExpression(QStringLiteral(
+        "^m_pBufYuv420p alloc failed! Maybe no frames shown in the widget\\x{FF0C}alloc_size= 512020480$")));
+    const bool copied = feedFromHostThread(tile, &big);
+    QCOMPARE(setrlimit(RLIMIT_AS, &old), 0);
+
+    QVERIFY(!copied);
+    QVERIFY(person->m_pBufYuv420p == nullptr);
+    QCOMPARE(person->iBufLen, 0);
+    QCOMPARE(person->iWidth, 16000);
+    QCOMPARE(person->iHeight, 16000);
+
+    // A picture of another size is sized afresh and shown again.
+    QVERIFY(feedFromHostThread(tile, small));
+    QVERIFY(person->m_pBufYuv420p != nullptr);
+    QCOMPARE(person->iBufLen, 2 * 64 * 32 + 20480);
+    QCOMPARE(bufferBytes(*person, qint64(small.size())), QByteArray(reinterpret_cast<const char*>(small.data()), int(small.size())));
+    tile.setPersonData(nullptr, false);
+#endif
+}
+
 void TestPlayWidget::deletedRecordIsDropped()
 {
     auto person = makePerson(QStringLiteral("cam_gone"), QStringLiteral("Gone"));
@@ -895,6 +976,22 @@ void TestPlayWidget::detachClears()
         QVERIFY2(after == QColor(0, 0, 0), qPrintable(describe(after)));
     else
         QVERIFY2(near(after, Qt::white, 2), qPrintable(describe(after)));
+}
+
+void TestPlayWidget::detachShareFromHiddenTile()
+{
+    // The gallery binds and unbinds records on tiles it never showed: there is
+    // no GL context to clear then, and the detach must still go through.
+    auto person = makePerson(QStringLiteral("sharescreen_hidden"), QStringLiteral("Hidden"));
+    CPlayWidget tile(nullptr);
+    tile.setPersonData(person.get(), true);
+    TestFrame frame(64, 32);
+    frame.fillPattern(8);
+    QVERIFY(feedFromHostThread(tile, frame));
+    QVERIFY(!tile.isValid());
+    tile.setPersonData(nullptr, false);
+    QCOMPARE(tile.personInfo(), static_cast<tagPersonInfo*>(nullptr));
+    QVERIFY(person->bAttached);
 }
 
 void TestPlayWidget::overlayFollowsTile()
