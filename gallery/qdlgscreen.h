@@ -210,7 +210,10 @@ private:
     void bindTile(PlayMap::iterator it, tagPersonInfo* person, bool bFlag);
     void resetPlayWidgetPtr(tagPersonInfo* person);
     void refreshTile(tagPersonInfo* person);
-    kxorder::OrderItem orderItemOf(tagPersonInfo* person) const;
+    // The roster as the ordering rules see it; the IDs of sharing participants
+    // are gathered once so that building the items stays linear.
+    QVector<kxorder::OrderItem> orderItems() const;
+    QSet<QString> sharingUserIDs() const;
     void NotifyShareWgtPos();
     void CheckShareWgtPosChanged();
     void logPlayMap(const char* tag) const;

@@ -7,19 +7,35 @@
 #include "personinfo.h"
 #include "qkxscreenconfig.h"
 
-kxorder::OrderItem QDlgScreen::orderItemOf(tagPersonInfo* p) const
+QSet<QString> QDlgScreen::sharingUserIDs() const
 {
-    kxorder::OrderItem item;
-    item.unjoined = isUnjoinedPerson(p);
-    item.shareRecord = p->isShareScreen();
-    item.sharingUser = !item.shareRecord && isShareScreenUser(p->userID);
-    item.self = p->bSelf;
-    item.role = p->iRoleType;
-    item.videoStatusChange = p->bVideoStatusChange;
-    item.preview = p->bPreview;
-    item.streamStatus = p->eStreamStatus;
-    item.joinTime = p->joinTime;
-    return item;
+    QSet<QString> ids;
+    for (tagPersonInfo* p : m_vecPerson) {
+        if (p->isShareScreen())
+            ids.insert(p->userID.mid(int(sizeof("sharescreen_")) - 1));
+    }
+    return ids;
+}
+
+QVector<kxorder::OrderItem> QDlgScreen::orderItems() const
+{
+    const QSet<QString> sharers = sharingUserIDs();
+    QVector<kxorder::OrderItem> items;
+    items.reserve(m_vecPerson.size());
+    for (tagPersonInfo* p : m_vecPerson) {
+        kxorder::OrderItem item;
+        item.unjoined = isUnjoinedPerson(p);
+        item.shareRecord = p->isShareScreen();
+        item.sharingUser = !item.shareRecord && !sharers.isEmpty() && sharers.contains(p->userID);
+        item.self = p->bSelf;
+        item.role = p->iRoleType;
+        item.videoStatusChange = p->bVideoStatusChange;
+        item.preview = p->bPreview;
+        item.streamStatus = p->eStreamStatus;
+        item.joinTime = p->joinTime;
+        items.append(item);
+    }
+    return items;
 }
 
 void QDlgScreen::onDisplayOrder(bool bOrderForMute)
@@ -32,11 +48,7 @@ void QDlgScreen::onDisplayOrder(bool bOrderForMute)
     cfg->m_bDisplayOrderFlag = bOrderForMute;
     KXLOG << "onDisplayOrder0 m_vecPerson.size():" << m_vecPerson.size();
 
-    QVector<kxorder::OrderItem> items;
-    items.reserve(m_vecPerson.size());
-    for (tagPersonInfo* p : qAsConst(m_vecPerson))
-        items.append(orderItemOf(p));
-    const kxorder::OrderResult result = kxorder::displayOrder(items, bFocusMode);
+    const kxorder::OrderResult result = kxorder::displayOrder(orderItems(), bFocusMode);
 
     if (result.sharingUserIndex >= 0)
         KXLOG << "[ScreenMod]onDisplayOrder has shareScreenUser";
@@ -77,11 +89,7 @@ bool QDlgScreen::testChangePersonToHead(tagPersonInfo* person, bool bSelf, int i
 bool QDlgScreen::testNeedOrder(tagPersonInfo* person, int index)
 {
     Q_UNUSED(person);
-    QVector<kxorder::OrderItem> items;
-    items.reserve(m_vecPerson.size());
-    for (tagPersonInfo* p : qAsConst(m_vecPerson))
-        items.append(orderItemOf(p));
-    return kxorder::needOrder(items, index);
+    return kxorder::needOrder(orderItems(), index);
 }
 
 qint64 QDlgScreen::getMinJoinTime()

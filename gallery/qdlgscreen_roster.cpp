@@ -76,10 +76,13 @@ void QDlgScreen::onModAddPerson(void* person)
         // With only the local user present the newcomer goes in front of it.
         m_vecPerson.insert(m_vecPerson.at(0)->bSelf ? 0 : 1, p);
     } else {
-        QVector<kxorder::OrderItem> items;
-        items.reserve(m_vecPerson.size());
-        for (tagPersonInfo* q : qAsConst(m_vecPerson))
-            items.append(orderItemOf(q));
+        // Only the local user, the hosts and the join times matter here.
+        QVector<kxorder::OrderItem> items(m_vecPerson.size());
+        for (int i = 0; i < m_vecPerson.size(); ++i) {
+            items[i].self = m_vecPerson.at(i)->bSelf;
+            items[i].role = m_vecPerson.at(i)->iRoleType;
+            items[i].joinTime = m_vecPerson.at(i)->joinTime;
+        }
         m_vecPerson.insert(kxorder::arrivalIndex(items, p->joinTime), p);
     }
     KXLOG << "AddMeetingPerson 1personSize: " << m_vecPerson.size();
@@ -92,6 +95,10 @@ void QDlgScreen::onModAddPerson(void* person)
         KXLOG << "share screen,userName:" << p->userName << ",userID:" << p->userID
               << ",LockMode:" << cfg->preScreenMode();
         cfg->setCurScreenMode(4);
+        // The share takes the big tile; whoever had it gets it back when the share ends.
+        if (m_pFocusPerson && m_pFocusPerson != p)
+            m_pPreFocusPerson = m_pFocusPerson;
+        reAddFocusPersonToPlayMap();
     }
     if (p->isShareScreen())
         emit cfg->notifyDisplayOrder(false);
