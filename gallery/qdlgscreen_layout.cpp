@@ -185,10 +185,9 @@ void QDlgScreen::reLayoutEqualCut()
         ++it;
         if (tile) {
             const QRect rc = kxlayout::equalCutRect(W, H, n, i);
-            if (i == 0) {
-                tile->setGeometry(rect());
-                tile->showTile();
-            }
+            // The tile goes straight to its cell. Passing it through the whole
+            // gallery first would be invisible but would reallocate its
+            // framebuffer twice on every relayout.
             tile->setGeometry(rc);
             tile->showTile();
             tile->raise();
