@@ -64,8 +64,17 @@ void QDlgScreen::onDisplayOrder(bool bOrderForMute)
         p->joinTime = result.joinTime.at(i);
         p->bVideoStatusChange = result.videoStatusChange.at(i);
     }
-    for (int idx : result.order)
+    QVector<bool> placed(m_vecPerson.size(), false);
+    for (int idx : result.order) {
         ordered.append(m_vecPerson.at(idx));
+        placed[idx] = true;
+    }
+    // A second share record or a second local user has no place of its own in
+    // the order; it stays in the roster, at the end, rather than being lost.
+    for (int i = 0; i < m_vecPerson.size(); ++i) {
+        if (!placed.at(i))
+            ordered.append(m_vecPerson.at(i));
+    }
     m_vecPerson = ordered;
     KXLOG << "onDisplayOrder1 m_vecPerson.size():" << m_vecPerson.size();
     reposPlayWnd();

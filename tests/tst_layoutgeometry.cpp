@@ -118,6 +118,14 @@ void TestLayoutGeometry::make169_data()
                                      << edges(2001, 0, 2889, 499);
     QTest::newRow("wide right half g3") << QRect(2500, 0, 1500, 500) << QRect(0, 0, 4000, 1000) << 3
                                         << edges(2003, 0, 2891, 499);
+    // Exactly half: nw = 1600 = cx, cx - nw = 0 is not > 0, no push;
+    // left = (3200 - 1600) / 2 = 800.
+    QTest::newRow("wide exactly half") << QRect(0, 0, 3200, 900) << QRect(0, 0, 3200, 900) << 1
+                                       << edges(800, 0, 2400, 899);
+    // nh <= cy includes equality: 346 x 389 gives nh = trunc(194.6) = 194 = cy,
+    // top = (389 - 194) / 2 = 97 < cy, so top = 194 - 1 - 194 = -1.
+    QTest::newRow("tall nh equals cy") << QRect(0, 0, 346, 389) << QRect(0, 0, 346, 389) << 1
+                                       << edges(0, -1, 345, 193);
     // Tall without push: nh = trunc(1000 * 9 / 16) = 562 > cy = 500,
     // top = (1000 - 562) / 2 = 219, bottom = 781.
     QTest::newRow("tall centred") << QRect(0, 0, 1000, 1000) << QRect(0, 0, 1000, 1000) << 1

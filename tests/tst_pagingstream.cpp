@@ -273,6 +273,7 @@ void TestPagingStream::focusStart_data()
     QTest::newRow("focus at head, page 0") << 0 << 0 << 14 << 1 << 7 << 0 << QVector<int>{1, 2, 3, 4, 5, 6};
     QTest::newRow("focus inside page 0") << 0 << 5 << 14 << 0 << 7 << 0 << QVector<int>{0, 1, 2, 3, 4, 6};
     QTest::newRow("focus after page 0") << 0 << 10 << 14 << 0 << 6 << 0 << QVector<int>{0, 1, 2, 3, 4, 5};
+    QTest::newRow("focus just after page 0") << 0 << 6 << 14 << 0 << 6 << 0 << QVector<int>{0, 1, 2, 3, 4, 5};
     QTest::newRow("no focus, page 1") << 1 << -1 << 14 << 6 << 12 << 1 << QVector<int>{6, 7, 8, 9, 10, 11};
     QTest::newRow("range past the focus, many") << 1 << 3 << 30 << 7 << 13 << 1 << QVector<int>{7, 8, 9, 10, 11, 12};
     // A page past the roster is lowered until the range starts inside it.
