@@ -28,11 +28,11 @@ struct Gallery
     void* h = nullptr;
     QVector<void*> handles;
 
-    explicit Gallery(QSize size)
+    explicit Gallery(QSize size, const QByteArray& baseDir = QByteArray())
     {
         host.resize(size + QSize(40, 40));
         host.show();
-        h = KXScreen_Init(&host, "", recorder0);
+        h = KXScreen_Init(&host, baseDir.constData(), recorder0);
         KXScreen_MoveWindow(h, QRect(QPoint(0, 0), size), KXSCREEN_MOVE_SHOW);
     }
     ~Gallery()
