@@ -23,9 +23,7 @@ void GlobalApplication::onWheel(QEvent* event)
     const QPoint degrees = kxpaging::wheelDegrees(wheel->angleDelta());
     if (degrees.isNull())
         return;
-    // Steps of 15 degrees, rounded half away from zero like the degrees.
-    const QPoint steps = QPoint(qRound(degrees.x() / 15.0), qRound(degrees.y() / 15.0));
-    emit notifyWheel(steps.y());
+    emit notifyWheel(kxpaging::appWheelSteps(wheel->angleDelta()));
 }
 
 void GlobalApplication::onKey(QEvent* event)
