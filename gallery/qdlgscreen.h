@@ -41,6 +41,9 @@ public:
 
     typedef QMap<CPlayWidget*, tagPersonInfo*> PlayMap;
 
+    // Escape would hide a dialog; the gallery stays until it is released.
+    void reject() override {}
+
     // --- host thread ---------------------------------------------------------
     void* AddMeetingPerson(QString userID, QString qstrExtra, QString userName, qint64 joinTime,
                            int iExtra, void* pUserData, int m_iStatus);

@@ -15,6 +15,8 @@ public:
     ~QDlgMain() override;
 
     QDlgScreen* GetDlgScreenPtr() const { return m_pDlgScreen; }
+    // Escape would hide a dialog; the gallery stays until it is released.
+    void reject() override {}
 
 protected:
     void closeEvent(QCloseEvent* event) override;

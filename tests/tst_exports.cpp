@@ -413,6 +413,11 @@ void TstExports::mainDialogRefusesClose()
     QTest::ignoreMessage(QtDebugMsg, "[APP]closeEvent ignore");
     QVERIFY(!dlg->close());
     QVERIFY(dlg->isVisible());
+    // Escape does not hide it either, on the dialog or on the gallery inside.
+    QTest::keyClick(dlg, Qt::Key_Escape);
+    QTest::keyClick(dlg->GetDlgScreenPtr(), Qt::Key_Escape);
+    QVERIFY(dlg->isVisible());
+    QVERIFY(dlg->GetDlgScreenPtr()->isVisible());
     QVERIFY(isValidScreenHandle(m_h));
 }
 
