@@ -1,0 +1,597 @@
+// kxhost - the reference host of the KXScreenMod2 video gallery.
+//
+// A simulated meeting client that embeds the gallery the way a real one does,
+// and the worked example of how to do it. Read it in this order:
+//
+//   1. main()                    the host owns QApplication, then loads the
+//                                library and resolves the exports (kxapi.h)
+//   2. HostWindow::openGallery   skin, KXScreen_Init inside our own widget,
+//                                KXScreen_MoveWindow on every resize
+//   3. HostWindow::joinMeeting   participants in (meeting.cpp), then
+//                                KXScreen_JoinMeetingFinish
+//   4. onGalleryMessage          the one callback: stream types 2/3/4 set
+//                                the size our media engine sends, 17/18 stop
+//                                and resume a participant's video
+//   5. mediaengine.cpp           a thread per participant with video calling
+//                                KXScreen_PlayFrame 30 times a second
+//   6. HostWindow::closeGallery  media threads end before KXScreen_Release
+//
+// Everything else (menus, the side panel, scripts, the headless summary) is
+// there to drive and watch the gallery.
+#include "kxapi.h"
+#include "mediaengine.h"
+#include "meeting.h"
+#include "statuspanel.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QCloseEvent>
+#include <QCommandLineParser>
+#include <QCursor>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QJsonDocument>
+#include <QKeyEvent>
+#include <QMainWindow>
+#include <QMenu>
+#include <QMenuBar>
+#include <QRegularExpression>
+#include <QSettings>
+#include <QSplitter>
+#include <QStatusBar>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <cstdio>
+#include <functional>
+#include <iostream>
+#include <mutex>
+#include <string>
+#include <thread>
+
+class HostWindow;
+
+namespace {
+
+struct Options
+{
+    QString library = QStringLiteral(KX_DEFAULT_LIBRARY);
+    int participants = 12;
+    int mode = KXSCREEN_LAYOUT_EQUAL_CUT;
+    bool lightSkin = false;
+    bool share = false;
+    bool allVideo = false;
+    bool scenario = false;
+    bool showResolution = false;
+    bool control = false;
+    QString script;
+    QString screenshot;
+    double after = 8;
+    QString summaryJson;
+    QSize size{1600, 900};
+};
+
+const char* const kModeNames[] = {"", "Equal grid", "Six-cut", "Eight-cut", "Picture in picture",
+                                  "Speaker, strip right", "Speaker, strip bottom", "Speaker, strip top",
+                                  "Two speakers", "Full screen"};
+
+// People join, leave, mute, turn video on and off, speak and share; it repeats.
+const char* const kScenario =
+    "t=1:speak #1 80;t=3:add;t=4:speak #2 60;t=5:mic #3 toggle;t=7:video #3 off;t=8:speak #4 90;"
+    "t=10:weak #2 on;t=12:share on #1;t=19:share off;t=20:video #3 on;t=21:weak #2 off;t=22:mic #3 toggle;"
+    "t=23:speak #5 70;t=25:remove;t=26:mode 6;t=31:page next;t=34:mode 1";
+const double kScenarioPeriod = 38;
+
+// What a stream type means in pixels for this host's simulated network.
+QSize frameSizeFor(unsigned int streamType)
+{
+    switch (streamType) {
+    case KXSCREEN_STREAM_LARGE: return QSize(1280, 720);
+    case KXSCREEN_STREAM_NORMAL: return QSize(640, 360);
+    default: return QSize(320, 180);
+    }
+}
+
+// The widget the gallery lives in. The gallery does not follow its parent's
+// size by itself: the host places it on every resize.
+class GalleryArea : public QWidget
+{
+public:
+    using QWidget::QWidget;
+    std::function<void()> onResize;
+
+protected:
+    void resizeEvent(QResizeEvent* e) override
+    {
+        QWidget::resizeEvent(e);
+        if (onResize)
+            onResize();
+    }
+};
+
+HostWindow* g_host = nullptr; // the callback below has no context pointer of its own
+std::mutex g_controlLock;     // guards g_host for the stdin reader thread
+
+int onGalleryMessage(unsigned int msg, uint64_t wParam, uint64_t lParam);
+
+} // namespace
+
+class HostWindow : public QMainWindow
+{
+public:
+    HostWindow(const KxApi& api, const Options& opt)
+        : m_api(api)
+        , m_opt(opt)
+        , m_media(api)
+        , m_meeting(api, m_media)
+        , m_light(opt.lightSkin)
+    {
+        m_clock.start();
+        m_meeting.populate(opt.participants, opt.allVideo);
+        m_area = new GalleryArea;
+        m_area->setAutoFillBackground(true);
+        m_area->onResize = [this]() {
+            if (m_screen)
+                m_api.MoveWindow(m_screen, m_area->rect(), KXSCREEN_MOVE_SHOW);
+        };
+        m_panel = new StatusPanel(m_meeting, m_counters);
+        auto* split = new QSplitter;
+        split->addWidget(m_area);
+        split->addWidget(m_panel);
+        split->setStretchFactor(0, 1);
+        split->setSizes({opt.size.width() - 400, 400});
+        setCentralWidget(split);
+        setWindowTitle(tr("kxhost \u2013 simulated meeting"));
+        resize(opt.size);
+        buildMenus();
+        auto* tick = new QTimer(this);
+        connect(tick, &QTimer::timeout, this, &HostWindow::refresh);
+        tick->start(500);
+        // The gallery settings file lives in <base directory>/user_data/sys_ver.ini.
+        QDir(m_baseDir.path()).mkpath(QStringLiteral("user_data"));
+        QSettings ini(m_baseDir.filePath(QStringLiteral("user_data/sys_ver.ini")), QSettings::IniFormat);
+        ini.setValue(QStringLiteral("version/show_resolution"), opt.showResolution);
+        ini.sync();
+        std::lock_guard<std::mutex> guard(g_controlLock);
+        g_host = this;
+    }
+
+    ~HostWindow() override
+    {
+        {
+            std::lock_guard<std::mutex> guard(g_controlLock);
+            g_host = nullptr;
+        }
+        closeGallery();
+    }
+
+    // Creates the gallery inside m_area. The skin is read when the gallery is
+    // made, so it is set first.
+    bool openGallery()
+    {
+        QPalette pal = m_area->palette();
+        pal.setColor(QPalette::Window, m_light ? QColor(0xF7, 0xF7, 0xF7) : QColor(12, 16, 23));
+        m_area->setPalette(pal);
+        m_api.SetIsNewSkin(nullptr, m_light);
+        const QByteArray baseDir = m_baseDir.path().toUtf8();
+        m_screen = m_api.Init(m_area, baseDir.constData(), onGalleryMessage);
+        if (!m_screen) {
+            std::fprintf(stderr, "kxhost: KXScreen_Init failed\n");
+            return false;
+        }
+        m_api.MoveWindow(m_screen, m_area->rect(), KXSCREEN_MOVE_SHOW);
+        m_api.SetCurMode(m_screen, m_opt.mode);
+        return true;
+    }
+
+    // The simulated join: everyone present is handed to the gallery, then the
+    // gallery hears that joining is done (ordering and the video stop/resume
+    // timer start only then).
+    void joinMeeting()
+    {
+        m_meeting.enterGallery(m_screen);
+        m_api.JoinMeetingFinish(m_screen);
+        if (m_opt.share)
+            m_meeting.startShare(m_meeting.find(QStringLiteral("#1")));
+        if (!m_opt.script.isEmpty())
+            runScript(m_opt.script, 0);
+        if (m_opt.scenario)
+            runScript(QString::fromLatin1(kScenario), kScenarioPeriod);
+        if (!m_opt.screenshot.isEmpty())
+            QTimer::singleShot(int(m_opt.after * 1000), this, &HostWindow::finishHeadless);
+        if (m_opt.control)
+            startControlReader();
+    }
+
+    // Media threads end first: no PlayFrame may run into a released gallery.
+    void closeGallery()
+    {
+        if (!m_screen)
+            return;
+        m_meeting.leaveGallery();
+        m_api.Release(m_screen);
+        m_screen = nullptr;
+    }
+
+    // Notifications from the gallery, on this (the interface) thread.
+    int onMessage(unsigned int msg, uint64_t /*record*/, uint64_t userData)
+    {
+        ++m_counters.messages[msg];
+        // The user data is the Participant we gave to KXScreen_AddPerson; it is
+        // looked up rather than trusted, since a message may name someone who
+        // has just left.
+        Participant* p = m_meeting.fromUserData(userData);
+        switch (msg) {
+        case KXSCREEN_MSG_STREAM_SMALL:
+        case KXSCREEN_MSG_STREAM_NORMAL:
+        case KXSCREEN_MSG_STREAM_LARGE:
+            if (p) {
+                p->streamType = int(msg);
+                p->setFrameSize(frameSizeFor(msg)); // the media thread picks it up at its next frame
+            }
+            break;
+        case KXSCREEN_MSG_REMOTE_VIDEO_CLOSE:
+            if (p) {
+                p->pulled = false; // nobody sees it: stop pulling its video
+                ++p->videoCloses;
+                p->lastCloseMs = m_clock.elapsed();
+            }
+            break;
+        case KXSCREEN_MSG_REMOTE_VIDEO_OPEN:
+            if (p) {
+                p->pulled = true;
+                ++p->videoOpens;
+                p->lastOpenMs = m_clock.elapsed();
+            }
+            break;
+        // Clicks on a tile's controls: act once the gallery has finished handling the click.
+        case KXSCREEN_MSG_CLICK_AUDIO:
+            if (p)
+                QTimer::singleShot(0, this, [this, p]() { m_meeting.setMuted(p, !p->muted); });
+            break;
+        case KXSCREEN_MSG_CLICK_MORE:
+            if (p)
+                QTimer::singleShot(0, this, [this, p]() { participantMenu(p); });
+            break;
+        case KXSCREEN_MSG_RECALL_PERSON:
+            if (p)
+                QTimer::singleShot(0, this, [this, p]() { m_meeting.recall(p); });
+            break;
+        default:
+            break;
+        }
+        return 0;
+    }
+
+    // One line of the command language shared by --script, --control and the menus.
+    void command(const QString& line)
+    {
+        const QStringList w = line.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+        if (w.isEmpty())
+            return;
+        const QString verb = w.at(0);
+        const QString arg = w.value(1);
+        auto who = [&](const QString& key) { return key.isEmpty() ? defaultParticipant() : m_meeting.find(key); };
+        auto flag = [&](const QString& word, bool current) {
+            return word == QLatin1String("toggle") || word.isEmpty() ? !current : word == QLatin1String("on");
+        };
+        if (!m_screen && verb != QLatin1String("state") && verb != QLatin1String("quit"))
+            return;
+        if (verb == QLatin1String("mode")) {
+            m_api.SetCurMode(m_screen, arg.toInt());
+        } else if (verb == QLatin1String("page")) {
+            turnPage(arg != QLatin1String("prev"));
+        } else if (verb == QLatin1String("add")) {
+            for (int i = 0, n = qMax(1, arg.toInt()); i < n; ++i)
+                m_meeting.addGuest(w.value(2) != QLatin1String("novideo"));
+        } else if (verb == QLatin1String("remove")) {
+            m_meeting.remove(arg.isEmpty() ? whoToRemove() : m_meeting.find(arg));
+        } else if (verb == QLatin1String("video")) {
+            if (Participant* p = who(arg))
+                m_meeting.setVideo(p, flag(w.value(2), p->video));
+        } else if (verb == QLatin1String("mic")) {
+            if (Participant* p = who(arg)) // "on" opens the microphone
+                m_meeting.setMuted(p, !flag(w.value(2), !p->muted));
+        } else if (verb == QLatin1String("weak")) {
+            if (Participant* p = who(arg))
+                m_meeting.setWeak(p, flag(w.value(2), p->weak));
+        } else if (verb == QLatin1String("speak")) {
+            m_meeting.speak(who(arg), w.size() > 2 ? w.at(2).toInt() : 75);
+        } else if (verb == QLatin1String("share")) {
+            if (flag(arg, m_meeting.shareStream() != nullptr))
+                m_meeting.startShare(who(w.value(2)));
+            else
+                m_meeting.stopShare();
+        } else if (verb == QLatin1String("skin")) {
+            setSkin(arg == QLatin1String("light"));
+        } else if (verb == QLatin1String("state")) {
+            const QByteArray json = QJsonDocument(report()).toJson(QJsonDocument::Compact);
+            std::printf("STATE %s\n", json.constData());
+            std::fflush(stdout);
+        } else if (verb == QLatin1String("shot")) {
+            grab().save(arg);
+        } else if (verb == QLatin1String("quit")) {
+            close();
+        } else {
+            std::fprintf(stderr, "kxhost: unknown command: %s\n", qPrintable(line));
+        }
+        refresh();
+    }
+
+protected:
+    void closeEvent(QCloseEvent* e) override
+    {
+        closeGallery();
+        QMainWindow::closeEvent(e);
+    }
+
+private:
+    void buildMenus()
+    {
+        QMenu* layout = menuBar()->addMenu(tr("&Layout"));
+        for (int m = 1; m <= 9; ++m)
+            layout->addAction(QStringLiteral("&%1  %2").arg(m).arg(tr(kModeNames[m])),
+                              this, [this, m]() { command(QStringLiteral("mode %1").arg(m)); },
+                              QKeySequence(Qt::Key_0 + m));
+        layout->addSeparator();
+        layout->addAction(tr("Next page"), this, [this]() { command(QStringLiteral("page next")); },
+                          QKeySequence(Qt::Key_PageDown));
+        layout->addAction(tr("Previous page"), this, [this]() { command(QStringLiteral("page prev")); },
+                          QKeySequence(Qt::Key_PageUp));
+
+        QMenu* meeting = menuBar()->addMenu(tr("&Meeting"));
+        auto add = [&](const QString& text, const QString& cmd, const QKeySequence& key) {
+            meeting->addAction(text, this, [this, cmd]() { command(cmd); }, key);
+        };
+        add(tr("Add a participant"), QStringLiteral("add"), QKeySequence(Qt::Key_Insert));
+        add(tr("Add a participant without video"), QStringLiteral("add 1 novideo"), QKeySequence(Qt::SHIFT + Qt::Key_Insert));
+        add(tr("Remove the selected participant"), QStringLiteral("remove"), QKeySequence::Delete);
+        meeting->addSeparator();
+        add(tr("Toggle video"), QStringLiteral("video"), QKeySequence(Qt::Key_V));
+        add(tr("Toggle microphone"), QStringLiteral("mic"), QKeySequence(Qt::Key_M));
+        add(tr("Speak"), QStringLiteral("speak"), QKeySequence(Qt::Key_K));
+        add(tr("Toggle weak network"), QStringLiteral("weak"), QKeySequence(Qt::Key_W));
+        add(tr("Start or stop a screen share"), QStringLiteral("share toggle"), QKeySequence(Qt::Key_S));
+
+        QMenu* view = menuBar()->addMenu(tr("&View"));
+        view->addAction(tr("Light skin"), this, [this]() { command(QStringLiteral("skin light")); },
+                        QKeySequence(Qt::Key_L));
+        view->addAction(tr("Dark skin"), this, [this]() { command(QStringLiteral("skin dark")); },
+                        QKeySequence(Qt::Key_D));
+    }
+
+    // The gallery turns pages with Up (next) and Down (previous) while it has
+    // the keyboard focus; a host that has its own page keys forwards them.
+    void turnPage(bool next)
+    {
+        QWidget* gallery = nullptr;
+        for (QWidget* w : m_area->findChildren<QWidget*>())
+            if (w->focusPolicy() == Qt::StrongFocus) {
+                gallery = w;
+                break;
+            }
+        if (!gallery)
+            return;
+        QKeyEvent press(QEvent::KeyPress, next ? Qt::Key_Up : Qt::Key_Down, Qt::NoModifier);
+        QApplication::sendEvent(gallery, &press);
+        m_counters.lastPageTurnMs = m_clock.elapsed();
+    }
+
+    // The gallery takes its skin when it is created: a new skin means a new
+    // gallery, told again who is here.
+    void setSkin(bool light)
+    {
+        if (light == m_light)
+            return;
+        m_light = light;
+        const int mode = m_api.GetCurMode(m_screen);
+        closeGallery();
+        m_opt.mode = mode;
+        if (!openGallery()) {
+            QApplication::exit(1);
+            return;
+        }
+        m_meeting.enterGallery(m_screen);
+        m_api.JoinMeetingFinish(m_screen);
+    }
+
+    Participant* defaultParticipant() const
+    {
+        if (Participant* p = m_panel->selected())
+            return p;
+        const QVector<Participant*> all = m_meeting.present();
+        for (int i = all.size() - 1; i >= 0; --i)
+            if (!all.at(i)->self && !all.at(i)->share && !all.at(i)->unjoined)
+                return all.at(i);
+        return nullptr;
+    }
+
+    // The participant selected in the panel, else the last to join.
+    Participant* whoToRemove() const
+    {
+        Participant* p = m_panel->selected();
+        return p && !p->self ? p : defaultParticipant();
+    }
+
+    void participantMenu(Participant* p)
+    {
+        QMenu menu(this);
+        menu.addAction(p->video ? tr("Turn video off") : tr("Turn video on"), [this, p]() {
+            m_meeting.setVideo(p, !p->video);
+        });
+        menu.addAction(p->muted ? tr("Unmute") : tr("Mute"), [this, p]() { m_meeting.setMuted(p, !p->muted); });
+        menu.addAction(tr("Remove from the meeting"), [this, p]() { m_meeting.remove(p); });
+        menu.exec(QCursor::pos());
+    }
+
+    // "t=SECONDS:command;..." from now on; with a period, again and again.
+    void runScript(const QString& script, double period)
+    {
+        for (const QString& item : script.split(QRegularExpression(QStringLiteral("[;\n]")), Qt::SkipEmptyParts)) {
+            const int colon = item.indexOf(QLatin1Char(':'));
+            const QString at = item.left(colon).trimmed();
+            if (colon < 0 || !at.startsWith(QLatin1String("t="))) {
+                std::fprintf(stderr, "kxhost: bad script item: %s\n", qPrintable(item));
+                continue;
+            }
+            const QString cmd = item.mid(colon + 1).trimmed();
+            QTimer::singleShot(int(at.mid(2).toDouble() * 1000), this, [this, cmd]() { command(cmd); });
+        }
+        if (period > 0)
+            QTimer::singleShot(int(period * 1000), this, [this, script, period]() { runScript(script, period); });
+    }
+
+    // --control: one command per line on standard input.
+    void startControlReader()
+    {
+        std::thread([]() {
+            std::string line;
+            while (std::getline(std::cin, line)) {
+                const QString cmd = QString::fromStdString(line).trimmed();
+                std::lock_guard<std::mutex> guard(g_controlLock);
+                if (!g_host)
+                    return;
+                QMetaObject::invokeMethod(g_host, [cmd]() { if (g_host) g_host->command(cmd); },
+                                          Qt::QueuedConnection);
+            }
+        }).detach(); // may sit in a read at exit; the process end takes it down
+    }
+
+    QJsonObject report()
+    {
+        return hostReport(m_meeting, m_counters, m_screen ? m_api.GetCurMode(m_screen) : 0, this, m_area,
+                          m_clock.elapsed());
+    }
+
+    void refresh()
+    {
+        m_panel->refresh();
+        if (m_screen) {
+            const int mode = m_api.GetCurMode(m_screen);
+            statusBar()->showMessage(
+                tr("Layout %1 (%2) \u00b7 keys: 1-9 layouts, PgUp/PgDn pages, Ins/Del add/remove, V video, "
+                   "M mic, K speak, W weak network, S share, L/D skin")
+                    .arg(mode)
+                    .arg(tr(kModeNames[qBound(1, mode, 9)])));
+        }
+    }
+
+    // --screenshot: save the window, print the summary, leave.
+    void finishHeadless()
+    {
+        refresh();
+        const QJsonObject r = report();
+        const bool saved = grab().save(m_opt.screenshot);
+        std::printf("%s", qPrintable(summaryText(r)));
+        std::printf("screenshot: %s%s\n", qPrintable(m_opt.screenshot), saved ? "" : " (NOT SAVED)");
+        std::fflush(stdout);
+        if (!m_opt.summaryJson.isEmpty()) {
+            QFile f(m_opt.summaryJson);
+            if (f.open(QIODevice::WriteOnly))
+                f.write(QJsonDocument(r).toJson());
+        }
+        closeGallery();
+        QApplication::exit(saved ? 0 : 1);
+    }
+
+    const KxApi& m_api;
+    Options m_opt;
+    MediaEngine m_media;
+    Meeting m_meeting;
+    HostCounters m_counters;
+    QElapsedTimer m_clock;
+    QTemporaryDir m_baseDir;
+    bool m_light;
+    void* m_screen = nullptr;
+    GalleryArea* m_area = nullptr;
+    StatusPanel* m_panel = nullptr;
+};
+
+namespace {
+
+int onGalleryMessage(unsigned int msg, uint64_t wParam, uint64_t lParam)
+{
+    return g_host ? g_host->onMessage(msg, wParam, lParam) : 0;
+}
+
+bool parseOptions(const QApplication& app, Options* o)
+{
+    QCommandLineParser p;
+    p.setApplicationDescription(QStringLiteral("A simulated meeting that drives the KXScreenMod2 gallery."));
+    p.addHelpOption();
+    const QCommandLineOption participants(QStringLiteral("participants"), QStringLiteral("Meeting size (12)."),
+                                          QStringLiteral("N"), QStringLiteral("12"));
+    const QCommandLineOption mode(QStringLiteral("mode"), QStringLiteral("Starting layout 1-9 (1)."),
+                                  QStringLiteral("M"), QStringLiteral("1"));
+    const QCommandLineOption skin(QStringLiteral("skin"), QStringLiteral("light or dark (dark)."),
+                                  QStringLiteral("SKIN"), QStringLiteral("dark"));
+    const QCommandLineOption share(QStringLiteral("share"), QStringLiteral("The host shares a screen."));
+    const QCommandLineOption allVideo(QStringLiteral("all-video"),
+                                      QStringLiteral("Everyone has joined with video (no invited participant)."));
+    const QCommandLineOption scenario(QStringLiteral("scenario"),
+                                      QStringLiteral("People join, leave, mute, share and speak over time."));
+    const QCommandLineOption script(QStringLiteral("script"),
+                                    QStringLiteral("Timed commands: \"t=SECONDS:COMMAND;...\"."),
+                                    QStringLiteral("SCRIPT"));
+    const QCommandLineOption control(QStringLiteral("control"),
+                                     QStringLiteral("Read commands from standard input; \"state\" prints JSON."));
+    const QCommandLineOption screenshot(QStringLiteral("screenshot"),
+                                        QStringLiteral("Save the window to FILE and exit (see --after)."),
+                                        QStringLiteral("FILE"));
+    const QCommandLineOption after(QStringLiteral("after"), QStringLiteral("Seconds before the screenshot (8)."),
+                                   QStringLiteral("SECONDS"), QStringLiteral("8"));
+    const QCommandLineOption summary(QStringLiteral("summary-json"),
+                                     QStringLiteral("With --screenshot: also write the summary as JSON."),
+                                     QStringLiteral("FILE"));
+    const QCommandLineOption size(QStringLiteral("size"), QStringLiteral("Window size (1600x900)."),
+                                  QStringLiteral("WxH"), QStringLiteral("1600x900"));
+    const QCommandLineOption res(QStringLiteral("show-resolution"),
+                                 QStringLiteral("The gallery prints each tile's video resolution."));
+    const QCommandLineOption library(QStringLiteral("library"), QStringLiteral("The module to load."),
+                                     QStringLiteral("PATH"), o->library);
+    p.addOptions({participants, mode, skin, share, allVideo, scenario, script, control, screenshot, after, summary,
+                  size, res, library});
+    p.process(app);
+    o->participants = qBound(1, p.value(participants).toInt(), 200);
+    o->mode = p.value(mode).toInt();
+    o->lightSkin = p.value(skin) == QLatin1String("light");
+    o->share = p.isSet(share);
+    o->allVideo = p.isSet(allVideo);
+    o->scenario = p.isSet(scenario);
+    o->script = p.value(script);
+    o->control = p.isSet(control);
+    o->screenshot = p.value(screenshot);
+    o->after = p.value(after).toDouble();
+    o->summaryJson = p.value(summary);
+    o->showResolution = p.isSet(res);
+    o->library = p.value(library);
+    const QStringList wh = p.value(size).split(QLatin1Char('x'));
+    if (wh.size() == 2 && wh.at(0).toInt() > 200 && wh.at(1).toInt() > 200)
+        o->size = QSize(wh.at(0).toInt(), wh.at(1).toInt());
+    return true;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    // The host owns the application object and its event loop; the module's
+    // widgets live on this thread and run when we pump events.
+    QApplication app(argc, argv);
+    Options opt;
+    parseOptions(app, &opt);
+
+    KxApi api;
+    QString error;
+    if (!api.load(opt.library, &error)) {
+        std::fprintf(stderr, "kxhost: cannot use %s: %s\n", qPrintable(opt.library), qPrintable(error));
+        return 2;
+    }
+
+    HostWindow window(api, opt);
+    window.show();
+    if (!window.openGallery())
+        return 1;
+    QTimer::singleShot(300, &window, [&window]() { window.joinMeeting(); }); // signalling takes a moment
+    return app.exec();
+}
