@@ -1,33 +1,99 @@
 #include "qdlgplayinfo.h"
 
+#include "modulelog.h"
+#include "netweakloading.h"
+#include "overlaybutton.h"
+#include "overlayicons.h"
 #include "personinfo.h"
 #include "qkxscreenconfig.h"
 
 #include <QFontMetrics>
 #include <QPainter>
+#include <QPainterPath>
+#include <QResizeEvent>
+#include <QStringList>
 #include <QtGlobal>
 
 namespace {
-const QColor kNoVideoBack(0x1F, 0x23, 0x29);
-const QColor kAvatarBack(0x3A, 0x40, 0x4B);
-const QColor kPlate(0, 0, 0, 140);
+
+// Plates and badges sit on the video in both skins: dark and see-through, so
+// that white text and icons read on any picture.
+const QColor kPlate(0, 0, 0, 128);
+const QColor kMoreFill(0, 0, 0, 120);
+const QColor kRecallFill(0x2B, 0xA4, 0x71);
+
+const QLatin1String kSharePrefix("sharescreen_");
+const QLatin1String kUnjoinedPrefix("unjoined_");
+
+QColor withAlpha(QColor c, int alpha)
+{
+    c.setAlpha(alpha);
+    return c;
 }
+
+} // namespace
 
 QDlgPlayInfo::QDlgPlayInfo(QWidget* parent)
     : QWidget(parent)
 {
-    // Drawn over the GL picture: no background of its own, no mouse input.
-    setAttribute(Qt::WA_TransparentForMouseEvents);
+    // Drawn over the GL picture: no background of our own. Mouse events are
+    // not made transparent here (that would hide the controls from the mouse
+    // too); what the overlay does not use it ignores, and the tile gets it.
     setAttribute(Qt::WA_NoSystemBackground);
     setAutoFillBackground(false);
     if (parent)
         setGeometry(0, 0, parent->width(), parent->height());
+
+    m_pNetWeakLoading = new NetWeakLoading(this);
+    m_pNetWeakLoading->hide();
+    // The spinner shows; it has nothing to click.
+    m_pNetWeakLoading->setAttribute(Qt::WA_TransparentForMouseEvents);
+    connect(m_pNetWeakLoading, &NetWeakLoading::sigTimerOutLoading, this, &QDlgPlayInfo::onNetWeakTimeout);
+
+    m_pBtnMic = new OverlayButton(this);
+    m_pBtnMic->setObjectName(QStringLiteral("kxOverlayMic"));
+    m_pBtnMic->hide();
+    connect(m_pBtnMic, &QAbstractButton::clicked, this, &QDlgPlayInfo::onClickMic);
+
+    m_pBtnMore = new OverlayButton(this);
+    m_pBtnMore->setObjectName(QStringLiteral("kxOverlayMore"));
+    m_pBtnMore->setIconName(QStringLiteral("more"));
+    m_pBtnMore->setFill(kMoreFill);
+    m_pBtnMore->setToolTip(tr("More"));
+    m_pBtnMore->setAccessibleName(tr("More"));
+    m_pBtnMore->hide();
+    connect(m_pBtnMore, &QAbstractButton::clicked, this, &QDlgPlayInfo::onClickMore);
+
+    m_pBtnRecall = new OverlayButton(this);
+    m_pBtnRecall->setObjectName(QStringLiteral("kxOverlayRecall"));
+    m_pBtnRecall->setIconName(QStringLiteral("recall"));
+    m_pBtnRecall->setFill(kRecallFill);
+    m_pBtnRecall->setToolTip(tr("Call again"));
+    m_pBtnRecall->setAccessibleName(tr("Call again"));
+    m_pBtnRecall->hide();
+    connect(m_pBtnRecall, &QAbstractButton::clicked, this, &QDlgPlayInfo::onClickRecall);
+
+    rebuild();
 }
+
+QDlgPlayInfo::~QDlgPlayInfo() = default;
+
+// ---------------------------------------------------------------------------
+// The tile's interface
+// ---------------------------------------------------------------------------
 
 void QDlgPlayInfo::setPersonInfo(tagPersonInfo* person)
 {
-    m_pPersonInfo = person;
-    update();
+    if (person != m_pPersonInfo) {
+        m_pPersonInfo = person;
+        m_headKey = 0;
+        m_headPixmap = QPixmap();
+        // A spinner that ran for the previous participant must not spend its
+        // budget on this one: hiding restarts the count, the next paint decides.
+        m_pNetWeakLoading->stopLoading();
+        m_pNetWeakLoading->hide();
+    }
+    rebuild();
 }
 
 tagPersonInfo* QDlgPlayInfo::personInfo() const
@@ -41,7 +107,7 @@ void QDlgPlayInfo::setVideoRect(int x, int y, int w, int h)
     if (rc == m_rcVideo)
         return;
     m_rcVideo = rc;
-    update();
+    rebuild();
 }
 
 QRect QDlgPlayInfo::videoRect() const
@@ -51,21 +117,74 @@ QRect QDlgPlayInfo::videoRect() const
 
 void QDlgPlayInfo::refreshDisplay()
 {
-    update();
+    rebuild();
 }
 
 void QDlgPlayInfo::setVideoState(bool bNoVideo, bool bForce)
 {
+    // Called for every rendered frame: nothing but this comparison unless the
+    // state flips.
     if (m_bNoVideo == bNoVideo && !bForce)
         return;
     m_bNoVideo = bNoVideo;
-    update();
+    rebuild();
 }
 
 bool QDlgPlayInfo::isNoVideo() const
 {
     return m_bNoVideo;
 }
+
+QString QDlgPlayInfo::displayName() const
+{
+    const tagPersonInfo* person = livePerson();
+    return person ? person->userName : QString();
+}
+
+void QDlgPlayInfo::releaseImageCache()
+{
+    kxoverlay::releaseIcons();
+}
+
+int QDlgPlayInfo::packClickPos(const QPoint& global)
+{
+    // Shifted as unsigned: a negative x would make the signed shift undefined.
+    const quint32 packed = (quint32(global.x()) << 16) | (quint32(global.y()) & 0xFFFFu);
+    return int(packed);
+}
+
+QPoint QDlgPlayInfo::unpackClickPos(int pos)
+{
+    const quint32 packed = quint32(pos);
+    return QPoint(qint16(packed >> 16), qint16(packed & 0xFFFFu));
+}
+
+QAbstractButton* QDlgPlayInfo::micButton() const
+{
+    return m_pBtnMic;
+}
+
+QAbstractButton* QDlgPlayInfo::moreButton() const
+{
+    return m_pBtnMore;
+}
+
+QAbstractButton* QDlgPlayInfo::recallButton() const
+{
+    return m_pBtnRecall;
+}
+
+QStringList QDlgPlayInfo::badgeIcons() const
+{
+    QStringList names;
+    for (const kxoverlay::PlayInfoBadge& b : m_view.layout.badges)
+        names.append(b.iconName);
+    return names;
+}
+
+// ---------------------------------------------------------------------------
+// Reading the record
+// ---------------------------------------------------------------------------
 
 tagPersonInfo* QDlgPlayInfo::livePerson() const
 {
@@ -76,79 +195,355 @@ tagPersonInfo* QDlgPlayInfo::livePerson() const
     return m_pPersonInfo;
 }
 
-QString QDlgPlayInfo::displayName() const
+QDlgPlayInfo::View QDlgPlayInfo::makeView(const tagPersonInfo* p) const
 {
-    const tagPersonInfo* person = livePerson();
-    return person ? person->userName : QString();
+    View v;
+    kxoverlay::PlayInfoInput in;
+    in.size = size();
+    in.video = m_rcVideo;
+    in.font = font();
+    in.placeholder = false;
+    if (!p) {
+        v.layout = kxoverlay::layoutPlayInfo(in);
+        return v;
+    }
+    const QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+    v.share = p->userID.startsWith(kSharePrefix);
+    v.unjoined = p->userID.startsWith(kUnjoinedPrefix);
+    // No picture: video off, nothing drawn by the tile yet, or frames stopped.
+    v.placeholder = !p->bPreview || m_bNoVideo || p->eStreamStatus != 2;
+
+    const bool person = !v.share && !v.unjoined;
+    if (person) {
+        if (!p->bHasMic)
+            v.micIcon = QStringLiteral("mic_none");
+        else if (p->bMute)
+            v.micIcon = QStringLiteral("mic_off");
+        else
+            v.micIcon = QStringLiteral("mic_on");
+        // Below a few per cent the fill would be a flickering line.
+        v.level = (p->bHasMic && !p->bMute && p->iVolume >= 4) ? qMin(p->iVolume, 100) : 0;
+
+        // 0: no figure yet (the spinner may be waiting), -1: waiting abandoned.
+        if (p->bNetWeak || p->iNetLevel < 0)
+            v.netIcon = QStringLiteral("net_level_1");
+        else if (p->iNetLevel > 0)
+            v.netIcon = QStringLiteral("net_level_%1").arg(qMin(p->iNetLevel, 6));
+    }
+
+    v.initial = kxoverlay::initialOf(p->userName);
+    if (v.initial.isEmpty()) {
+        QString id = p->userID;
+        if (id.startsWith(kSharePrefix))
+            id = id.mid(kSharePrefix.size());
+        else if (id.startsWith(kUnjoinedPrefix))
+            id = id.mid(kUnjoinedPrefix.size());
+        v.initial = kxoverlay::initialOf(id);
+    }
+    v.disc = kxoverlay::discColor(p->userID);
+    if (!v.share)
+        v.headImage = p->headImage;
+
+    if (v.share) {
+        in.plateText = p->userName.isEmpty() ? tr("Shared screen") : tr("%1's screen").arg(p->userName);
+        in.shareIcon = true;
+    } else {
+        in.plateText = p->userName;
+    }
+    in.placeholder = v.placeholder;
+    in.mic = !v.micIcon.isEmpty();
+    in.net = !v.netIcon.isEmpty();
+    in.more = person;
+    if (p->bAllLook) {
+        in.badgeIcons.append(QStringLiteral("all_look"));
+        in.badgeTexts.append(tr("Everyone watching"));
+    }
+    if (p->bLockLook) {
+        in.badgeIcons.append(QStringLiteral("lock_look"));
+        in.badgeTexts.append(tr("View locked"));
+    }
+    // The size fields are written under the frame lock on the host's thread; a
+    // stale read here only shows the previous size until the next refresh.
+    if (cfg->showResolution() && !v.placeholder && p->iWidth > 0 && p->iHeight > 0)
+        in.resolution = QStringLiteral("%1\u00D7%2").arg(p->iWidth).arg(p->iHeight);
+    if (v.unjoined) {
+        switch (p->m_iStatus) {
+        case 1: in.status = tr("Calling\u2026"); break;
+        case 2: in.status = tr("No answer"); break;
+        case 3: in.status = tr("Declined"); break;
+        case 4: in.status = tr("Busy"); break;
+        case 5: in.status = tr("Hung up"); break;
+        case 6: in.status = tr("Call failed"); break;
+        default: in.status = tr("Not joined"); break;
+        }
+        // Recalling is the host's (or co-host's) decision, and pointless while
+        // the call is still ringing.
+        in.recall = cfg->m_bHostOrCoHost && p->m_iStatus != 1;
+        in.recallText = tr("Call again");
+    }
+    v.layout = kxoverlay::layoutPlayInfo(in);
+    return v;
 }
 
-QRect QDlgPlayInfo::contentRect() const
+void QDlgPlayInfo::rebuild()
 {
-    // Before the first frame there is no video rectangle: use the whole tile.
-    if (m_bNoVideo || m_rcVideo.width() <= 0 || m_rcVideo.height() <= 0)
-        return rect();
-    return m_rcVideo.intersected(rect());
+    const tagPersonInfo* p = livePerson();
+    m_view = makeView(p);
+    const kxoverlay::PlayInfoLayout& L = m_view.layout;
+
+    if (!L.mic.isEmpty()) {
+        // The click target is the plate's full height around the icon.
+        const QRect target(L.mic.center().x() - L.plateH / 2 + 1, L.plate.top(), L.plateH, L.plateH);
+        m_pBtnMic->setGeometry(target);
+        m_pBtnMic->setIconPx(L.iconPx);
+        m_pBtnMic->setIconName(m_view.micIcon);
+        m_pBtnMic->setLevel(m_view.level);
+        const QString tip = !p->bHasMic ? tr("No microphone") : (p->bMute ? tr("Muted") : tr("Unmuted"));
+        m_pBtnMic->setToolTip(tip);
+        m_pBtnMic->setAccessibleName(tip);
+        m_pBtnMic->show();
+    } else {
+        m_pBtnMic->hide();
+    }
+
+    if (!L.more.isEmpty()) {
+        m_pBtnMore->setGeometry(L.more);
+        m_pBtnMore->setIconPx(L.iconPx);
+        m_pBtnMore->show();
+    } else {
+        m_pBtnMore->hide();
+    }
+
+    if (!L.recall.isEmpty()) {
+        m_pBtnRecall->setGeometry(L.recall);
+        m_pBtnRecall->setIconPx(L.iconPx);
+        m_pBtnRecall->setTextPx(L.fontPx);
+        m_pBtnRecall->setText(L.recallText);
+        m_pBtnRecall->show();
+    } else {
+        m_pBtnRecall->hide();
+    }
+    update();
+}
+
+// ---------------------------------------------------------------------------
+// Weak-network spinner
+// ---------------------------------------------------------------------------
+
+void QDlgPlayInfo::syncSpinner(const tagPersonInfo* p)
+{
+    const bool waiting = p && !p->bSelf && p->bPreview && p->iNetLevel == 0
+                         && !p->userID.contains(kSharePrefix);
+    if (!waiting) {
+        m_pNetWeakLoading->hide();
+        return;
+    }
+    m_pNetWeakLoading->move((width() - m_pNetWeakLoading->width()) / 2,
+                            (height() - m_pNetWeakLoading->height()) / 2);
+    if (!m_pNetWeakLoading->isVisible()) {
+        m_pNetWeakLoading->startLoading();
+        m_pNetWeakLoading->showNormal();
+        m_pNetWeakLoading->raise();
+    }
+}
+
+void QDlgPlayInfo::onNetWeakTimeout()
+{
+    // The spinner also fires 15 s after it was hidden; by then a level may
+    // have arrived, and then nothing is changed.
+    if (tagPersonInfo* p = livePerson()) {
+        if (p->iNetLevel == 0) {
+            p->iNetLevel = -1;
+            if (!p->bSelf)
+                p->bNetWeak = true;
+            KXLOG << "[ScreenMod]QDlgPlayInfo net level timed out, userName:" << p->userName;
+            rebuild();
+        }
+    }
+    update();
+    m_pNetWeakLoading->hide();
+}
+
+// ---------------------------------------------------------------------------
+// Controls
+// ---------------------------------------------------------------------------
+
+void QDlgPlayInfo::onClickMic()
+{
+    tagPersonInfo* p = livePerson();
+    if (!p)
+        return;
+    emit QKXScreenConfig::getInstance()->notifyClickAudioCtrl(p);
+}
+
+void QDlgPlayInfo::onClickMore()
+{
+    tagPersonInfo* p = livePerson();
+    if (!p)
+        return;
+    emit QKXScreenConfig::getInstance()->notifyClickMore(p, packClickPos(m_pBtnMore->lastClickGlobal()));
+}
+
+void QDlgPlayInfo::onClickRecall()
+{
+    tagPersonInfo* p = livePerson();
+    // The role may have changed since the button was laid out.
+    if (!p || !QKXScreenConfig::getInstance()->m_bHostOrCoHost)
+        return;
+    emit QKXScreenConfig::getInstance()->notifyRecallPerson(p);
+}
+
+// ---------------------------------------------------------------------------
+// Painting
+// ---------------------------------------------------------------------------
+
+void QDlgPlayInfo::resizeEvent(QResizeEvent* event)
+{
+    QWidget::resizeEvent(event);
+    rebuild();
+}
+
+QPixmap QDlgPlayInfo::headPixmap(const QImage& image, int d)
+{
+    const qreal dpr = devicePixelRatioF();
+    if (m_headKey == image.cacheKey() && m_headSize == d && qFuzzyCompare(m_headDpr, dpr) && !m_headPixmap.isNull())
+        return m_headPixmap;
+    const int side = qMax(1, qRound(d * dpr));
+    QImage round(side, side, QImage::Format_ARGB32_Premultiplied);
+    round.fill(Qt::transparent);
+    {
+        // Cover the circle, cropping the longer side around the centre.
+        const QImage scaled = image.scaled(side, side, Qt::KeepAspectRatioByExpanding, Qt::SmoothTransformation);
+        QPainter painter(&round);
+        painter.setRenderHint(QPainter::Antialiasing);
+        QPainterPath circle;
+        circle.addEllipse(QRectF(0, 0, side, side));
+        painter.setClipPath(circle);
+        painter.drawImage(QPoint((side - scaled.width()) / 2, (side - scaled.height()) / 2), scaled);
+    }
+    m_headPixmap = QPixmap::fromImage(round);
+    m_headPixmap.setDevicePixelRatio(dpr);
+    m_headKey = image.cacheKey();
+    m_headSize = d;
+    m_headDpr = dpr;
+    return m_headPixmap;
+}
+
+void QDlgPlayInfo::paintPlaceholder(QPainter& painter)
+{
+    const QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+    const kxoverlay::PlayInfoLayout& L = m_view.layout;
+    QColor back(cfg->getBackColor());
+    // The light skin's tile colour is the screen's own white: a shade darker
+    // keeps the tile's edge visible.
+    if (cfg->isNewSkin())
+        back = back.darker(105);
+    painter.fillRect(rect(), back);
+
+    if (L.avatar.isEmpty())
+        return;
+    const int d = L.avatar.width();
+    // While the weak-network spinner turns in the middle, the avatar under it
+    // is dimmed and has no letter, so that the spinner reads as one shape.
+    const bool spinning = !m_pNetWeakLoading->isHidden();
+    // An invited participant is not here yet: drawn a little faded.
+    painter.setOpacity(m_view.unjoined ? 0.8 : 1.0);
+    if (!m_view.headImage.isNull()) {
+        painter.drawPixmap(L.avatar, headPixmap(m_view.headImage, d));
+        if (spinning) {
+            painter.setPen(Qt::NoPen);
+            painter.setBrush(QColor(0, 0, 0, 110));
+            painter.drawEllipse(QRectF(L.avatar));
+        }
+    } else if (spinning) {
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(m_view.disc.darker(130));
+        painter.drawEllipse(QRectF(L.avatar));
+    } else {
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(m_view.disc);
+        painter.drawEllipse(QRectF(L.avatar));
+        if (m_view.share) {
+            const int px = qMax(12, d / 2);
+            const QRect r(L.avatar.center().x() - px / 2 + 1, L.avatar.center().y() - px / 2 + 1, px, px);
+            painter.drawPixmap(r, kxoverlay::icon(QStringLiteral("share"), px, devicePixelRatioF()));
+        } else if (!m_view.initial.isEmpty()) {
+            QFont f = font();
+            f.setPixelSize(qMax(8, d * 42 / 100));
+            f.setWeight(QFont::DemiBold);
+            painter.setFont(f);
+            painter.setPen(Qt::white);
+            painter.drawText(L.avatar, Qt::AlignCenter, m_view.initial);
+        }
+    }
+    painter.setOpacity(1.0);
+
+    if (!L.status.isEmpty()) {
+        painter.setFont(L.font);
+        painter.setPen(withAlpha(QColor(cfg->getTextColor()), 210));
+        painter.drawText(L.status, Qt::AlignHCenter | Qt::AlignVCenter, L.statusText);
+    }
 }
 
 void QDlgPlayInfo::paintEvent(QPaintEvent* event)
 {
     Q_UNUSED(event);
-    const tagPersonInfo* person = livePerson();
-    if (!person)
+    ++m_iPaintCount;
+    const tagPersonInfo* p = livePerson();
+    // The network area's one moving part: decided on every paint from the
+    // record as it is now.
+    syncSpinner(p);
+    if (!p) {
+        // Freed since the last layout: draw nothing and offer nothing to click.
+        m_pBtnMic->hide();
+        m_pBtnMore->hide();
+        m_pBtnRecall->hide();
         return;
+    }
 
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    const QString name = person->userName;
-    const QRect area = contentRect();
-    if (area.isEmpty())
-        return;
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    const kxoverlay::PlayInfoLayout& L = m_view.layout;
+    const qreal dpr = devicePixelRatioF();
+    const qreal radius = L.radius;
 
-    if (m_bNoVideo) {
-        painter.fillRect(rect(), kNoVideoBack);
-        const QString initial = name.trimmed().left(1).toUpper();
-        if (!initial.isEmpty()) {
-            const int d = qMax(8, qMin(area.width(), area.height()) / 3);
-            const QRect circle(area.center().x() - d / 2, area.center().y() - d / 2, d, d);
-            painter.setPen(Qt::NoPen);
-            painter.setBrush(kAvatarBack);
-            painter.drawEllipse(circle);
-            QFont font = painter.font();
-            font.setPixelSize(qMax(6, d / 2));
-            font.setBold(true);
-            painter.setFont(font);
+    if (m_view.placeholder)
+        paintPlaceholder(painter);
+
+    for (const kxoverlay::PlayInfoBadge& b : L.badges) {
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(kPlate);
+        painter.drawRoundedRect(QRectF(b.rect), radius, radius);
+        painter.drawPixmap(b.icon, kxoverlay::icon(b.iconName, L.iconPx, dpr));
+        if (!b.text.isEmpty()) {
+            painter.setFont(L.font);
             painter.setPen(Qt::white);
-            painter.drawText(circle, Qt::AlignCenter, initial);
+            painter.drawText(b.text, Qt::AlignLeft | Qt::AlignVCenter, b.label);
         }
     }
 
-    if (name.isEmpty())
-        return;
+    if (!L.plate.isEmpty()) {
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(kPlate);
+        painter.drawRoundedRect(QRectF(L.plate), radius, radius);
+        if (!L.shareIcon.isEmpty())
+            painter.drawPixmap(L.shareIcon, kxoverlay::icon(QStringLiteral("share"), L.iconPx, dpr));
+        if (!L.name.isEmpty()) {
+            painter.setFont(L.font);
+            painter.setPen(Qt::white);
+            painter.drawText(L.name, Qt::AlignLeft | Qt::AlignVCenter, L.nameText);
+        }
+        if (!L.net.isEmpty())
+            painter.drawPixmap(L.net, kxoverlay::icon(m_view.netIcon, L.iconPx, dpr));
+    }
 
-    // Name plate: font follows the tile height within readable bounds.
-    QFont font = painter.font();
-    font.setBold(false);
-    font.setPixelSize(qBound(10, height() / 18, 24));
-    painter.setFont(font);
-    const QFontMetrics fm(font);
-    const int pad = qMax(3, font.pixelSize() / 3);
-    const int margin = qMax(2, font.pixelSize() / 4);
-    const int maxText = qMax(0, area.width() - 2 * margin - 2 * pad);
-    const QString text = fm.elidedText(name, Qt::ElideRight, maxText);
-    if (text.isEmpty())
-        return;
-    const int plateW = fm.horizontalAdvance(text) + 2 * pad;
-    const int plateH = fm.height() + pad;
-    const QRect plate(area.left() + margin, area.bottom() + 1 - margin - plateH, plateW, plateH);
-
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(kPlate);
-    painter.drawRoundedRect(plate, 3, 3);
-    painter.setPen(Qt::white);
-    painter.drawText(plate, Qt::AlignCenter, text);
-}
-
-void QDlgPlayInfo::releaseImageCache()
-{
-    // Nothing is cached across overlays yet.
+    if (!L.resolution.isEmpty()) {
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(kPlate);
+        painter.drawRoundedRect(QRectF(L.resolution), radius, radius);
+        painter.setFont(L.smallFont);
+        painter.setPen(Qt::white);
+        painter.drawText(L.resolution, Qt::AlignCenter, L.resolutionText);
+    }
 }

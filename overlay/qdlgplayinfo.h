@@ -1,20 +1,41 @@
 #ifndef KX_QDLGPLAYINFO_H
 #define KX_QDLGPLAYINFO_H
 
+#include "playinfolayout.h"
+
+#include <QColor>
+#include <QImage>
+#include <QPixmap>
+#include <QPoint>
 #include <QRect>
+#include <QStringList>
 #include <QWidget>
 
 struct tagPersonInfo;
+class NetWeakLoading;
+class OverlayButton;
+class QAbstractButton;
 
-// Information drawn over one video tile: the participant's name on a dark
-// plate at the bottom-left of the video, and a placeholder with the name's
-// initial while there is no video. A child of the tile that covers it whole;
-// it takes no mouse input, so clicks reach the tile underneath.
+// What is drawn over one video tile: the participant's name with the
+// microphone state and speaking level and the network level; while there is no
+// picture, the head image or the name's initial; for an invited participant
+// the call state and, for the host, a recall control; look badges, the share
+// caption and the video resolution. The layout is kxoverlay::layoutPlayInfo.
+//
+// A child of the tile that covers it whole. Its controls (microphone, "more",
+// recall) are child widgets; every other mouse event is ignored here and so
+// goes on to the tile, which makes clicks and double clicks of it.
+//
+// The overlay repaints when it is told that something changed
+// (refreshDisplay, the video state, the video rectangle, its size), never per
+// video frame. The record may be freed while the overlay still points at it:
+// every read goes through livePerson().
 class QDlgPlayInfo : public QWidget
 {
     Q_OBJECT
 public:
     explicit QDlgPlayInfo(QWidget* parent = nullptr);
+    ~QDlgPlayInfo() override;
 
     // The participant shown (not owned); null shows nothing.
     void setPersonInfo(tagPersonInfo* person);
@@ -24,29 +45,98 @@ public:
     void setVideoRect(int x, int y, int w, int h);
     QRect videoRect() const;
 
-    // Repaints from the participant's current state.
+    // Lays out and repaints from the participant's current state.
     void refreshDisplay();
 
-    // Repaints only when the flag changes, unless bForce.
+    // "No picture yet" (true) or "a frame was drawn" (false). Repaints only
+    // when the flag changes, unless bForce: the tile calls this per frame.
     void setVideoState(bool bNoVideo, bool bForce);
     bool isNoVideo() const;
 
-    // The text drawn on the name plate (empty when nothing is drawn).
+    // The participant's name (empty when nothing is attached).
     QString displayName() const;
     // Drops the images shared by every overlay (the last participant has left).
     static void releaseImageCache();
 
+    // The "more" position handed to the host: the global click position packed
+    // as (x << 16) | (y & 0xFFFF) in 32 bits. The host takes x back as the
+    // signed upper 16 bits and y as the signed lower 16 bits, so positions on
+    // screens left of or above the primary one survive as negative values.
+    static int packClickPos(const QPoint& global);
+    static QPoint unpackClickPos(int pos);
+
+    // --- what is on show now, for diagnostics and tests ---------------------
+    NetWeakLoading* netWeakLoading() const { return m_pNetWeakLoading; }
+    QAbstractButton* micButton() const;
+    QAbstractButton* moreButton() const;
+    QAbstractButton* recallButton() const;
+    bool isPlaceholderShown() const { return m_view.placeholder; }
+    bool isHeadImageShown() const { return m_view.placeholder && !m_view.headImage.isNull(); }
+    QString micIconName() const { return m_view.micIcon; }
+    QString netIconName() const { return m_view.netIcon; }
+    int micLevel() const { return m_view.level; }
+    QString plateText() const { return m_view.layout.nameText; }
+    QString statusText() const { return m_view.layout.statusText; }
+    QString resolutionText() const { return m_view.layout.resolutionText; }
+    QString initialText() const { return m_view.initial; }
+    QColor discColor() const { return m_view.disc; }
+    QStringList badgeIcons() const;
+    const kxoverlay::PlayInfoLayout& layout() const { return m_view.layout; }
+    int paintCount() const { return m_iPaintCount; }
+
+public slots:
+    // The spinner gave up waiting for a network level.
+    void onNetWeakTimeout();
+
 protected:
     void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+private slots:
+    void onClickMic();
+    void onClickMore();
+    void onClickRecall();
 
 private:
+    // Everything a paint needs, taken from the record by rebuild().
+    struct View
+    {
+        bool placeholder = false;
+        bool share = false;
+        bool unjoined = false;
+        QString micIcon;
+        QString netIcon;
+        QString initial;
+        QColor disc;
+        QImage headImage;
+        int level = 0;
+        kxoverlay::PlayInfoLayout layout;
+    };
+
     // The participant, or null when none is set or its record has been freed.
     tagPersonInfo* livePerson() const;
-    QRect contentRect() const;
+    // Reads the record, lays the overlay out, places the controls, repaints.
+    void rebuild();
+    View makeView(const tagPersonInfo* person) const;
+    // Shows, moves or hides the weak-network spinner for the record as it is now.
+    void syncSpinner(const tagPersonInfo* person);
+    QPixmap headPixmap(const QImage& image, int d);
+    void paintPlaceholder(QPainter& painter);
 
     tagPersonInfo* m_pPersonInfo = nullptr;
     QRect m_rcVideo;
     bool m_bNoVideo = true;
+    NetWeakLoading* m_pNetWeakLoading = nullptr;
+    OverlayButton* m_pBtnMic = nullptr;
+    OverlayButton* m_pBtnMore = nullptr;
+    OverlayButton* m_pBtnRecall = nullptr;
+    View m_view;
+    // The round head image, for this overlay's participant only.
+    qint64 m_headKey = 0;
+    int m_headSize = 0;
+    qreal m_headDpr = 0;
+    QPixmap m_headPixmap;
+    int m_iPaintCount = 0;
 };
 
 #endif
