@@ -217,6 +217,10 @@ private:
     // are gathered once so that building the items stays linear.
     QVector<kxorder::OrderItem> orderItems() const;
     QSet<QString> sharingUserIDs() const;
+    // Six-cut and eight-cut: one big tile and small ones, by slot.
+    void reLayoutBigAndSmall(int slotCount, QRect (*rectOf)(int, int, int, int, int), bool bSixCut);
+    void beginLook(bool bStart); // a look state starts (bStart) or moves to another participant
+    void endLook();
     void NotifyShareWgtPos();
     void CheckShareWgtPosChanged();
     void logPlayMap(const char* tag) const;

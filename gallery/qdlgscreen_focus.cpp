@@ -124,30 +124,18 @@ void QDlgScreen::onModAllLook(void* person, bool bAllLook)
     }
     KXLOG << "onModAllLook userName:" << p->userName << ",bAllLook:" << bAllLook;
     if (bAllLook) {
-        if (m_pAllLookPerson && m_pAllLookPerson != p)
-            m_pAllLookPerson->bAllLook = false;
         const bool bStart = !m_pAllLookPerson;
+        if (m_pAllLookPerson && m_pAllLookPerson != p) {
+            m_pAllLookPerson->bAllLook = false;
+            refreshTile(m_pAllLookPerson);
+        }
         m_pAllLookPerson = p;
         p->bAllLook = true;
-        if (bStart) {
-            // Everyone looks at one participant: show it large, and remember
-            // the layout to return to.
-            m_iPreLockMode = cfg->curScreenMode();
-            cfg->notifyHost(13, 0, 0);
-        }
-        reAddFocusPersonToPlayMap();
-        if (!IsFocusMode(cfg->curScreenMode()) && cfg->curScreenMode() != 9)
-            setMeetingMode(5);
-        else
-            reposPlayWnd();
+        beginLook(bStart);
     } else if (m_pAllLookPerson == p) {
         p->bAllLook = false;
         m_pAllLookPerson = nullptr;
-        cfg->notifyHost(12, 0, 0);
-        reAddFocusPersonToPlayMap();
-        const int back = m_iPreLockMode >= 1 && m_iPreLockMode <= 9 ? m_iPreLockMode : cfg->curScreenMode();
-        m_iPreLockMode = 0;
-        setMeetingMode(back);
+        endLook();
     }
     refreshTile(p);
 }
@@ -164,31 +152,47 @@ void QDlgScreen::onModLookLock(void* person, bool bLock)
     if (bLock) {
         bool bStart = true;
         for (tagPersonInfo* q : qAsConst(m_vecPerson)) {
-            if (q->bLockLook && q != p) {
-                q->bLockLook = false;
+            if (q->bLockLook) {
                 bStart = false;
-                refreshTile(q);
+                if (q != p) {
+                    q->bLockLook = false;
+                    refreshTile(q);
+                }
             }
         }
         p->bLockLook = true;
-        if (bStart) {
-            m_iPreLockMode = cfg->curScreenMode();
-            cfg->notifyHost(13, 0, 0);
-        }
-        reAddFocusPersonToPlayMap();
-        if (!IsFocusMode(cfg->curScreenMode()) && cfg->curScreenMode() != 9)
-            setMeetingMode(5);
-        else
-            reposPlayWnd();
+        beginLook(bStart);
     } else if (p->bLockLook) {
         p->bLockLook = false;
-        cfg->notifyHost(12, 0, 0);
-        reAddFocusPersonToPlayMap();
-        const int back = m_iPreLockMode >= 1 && m_iPreLockMode <= 9 ? m_iPreLockMode : cfg->curScreenMode();
-        m_iPreLockMode = 0;
-        setMeetingMode(back);
+        endLook();
     }
     refreshTile(p);
+}
+
+void QDlgScreen::beginLook(bool bStart)
+{
+    // Everyone (or the local user) looks at one participant: show it large,
+    // and remember the layout to return to when the look state ends.
+    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+    if (bStart) {
+        m_iPreLockMode = cfg->curScreenMode();
+        cfg->notifyHost(13, 0, 0);
+    }
+    reAddFocusPersonToPlayMap();
+    if (!IsFocusMode(cfg->curScreenMode()) && cfg->curScreenMode() != 9)
+        setMeetingMode(5);
+    else
+        reposPlayWnd();
+}
+
+void QDlgScreen::endLook()
+{
+    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+    cfg->notifyHost(12, 0, 0);
+    reAddFocusPersonToPlayMap();
+    const int back = m_iPreLockMode >= 1 && m_iPreLockMode <= 9 ? m_iPreLockMode : cfg->curScreenMode();
+    m_iPreLockMode = 0;
+    setMeetingMode(back);
 }
 
 QString QDlgScreen::allLookUserID() const

@@ -205,46 +205,15 @@ void QDlgScreen::reLayoutEqualCut()
 
 void QDlgScreen::reLayout6Cut()
 {
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
-    const int n = m_vecPerson.size();
-    const int W = width();
-    const int H = height();
-    const bool bOrderFlag = cfg->m_bDisplayOrderFlag;
-    int type = getCurPageStreamType();
-    tagPersonInfo* p = nullptr;
-    auto it = m_mapPlay.begin();
-    for (int i = 0; i < 6; ++i) {
-        if (it == m_mapPlay.end())
-            break;
-        CPlayWidget* tile = nullptr;
-        const int k = m_iPageIdx * 6 + i;
-        if (k < n) {
-            p = m_vecPerson.at(k);
-            if (it.value() != p)
-                bindTile(it, p, !bOrderFlag);
-            else
-                it.key()->playInfo()->refreshDisplay();
-            tile = it.key();
-            ++it;
-        }
-        if (tile) {
-            const QRect rc = kxlayout::sixCutRect(W, H, n, i);
-            type = (i == 0) ? 4 : 2;
-            if (i == 0 && n != 1)
-                cfg->m_pBigPlayWidget = tile;
-            tile->setGeometry(rc);
-            tile->showTile();
-        }
-        if (p) {
-            KXLOG << "[ScreenMod]userName:" << p->userName << ",iStreamType:" << type;
-            setPersonStreamType(p, type);
-            releasePlayWidgetByPersonInfo(p);
-        }
-    }
-    resetLastNotUsePlayWidget(it);
+    reLayoutBigAndSmall(6, &kxlayout::sixCutRect, true);
 }
 
 void QDlgScreen::reLayout8Cut()
+{
+    reLayoutBigAndSmall(8, &kxlayout::eightCutRect, false);
+}
+
+void QDlgScreen::reLayoutBigAndSmall(int slotCount, QRect (*rectOf)(int, int, int, int, int), bool bSixCut)
 {
     QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
     const int n = m_vecPerson.size();
@@ -254,11 +223,12 @@ void QDlgScreen::reLayout8Cut()
     int type = getCurPageStreamType();
     tagPersonInfo* p = nullptr;
     auto it = m_mapPlay.begin();
-    for (int i = 0; i < 8; ++i) {
+    for (int i = 0; i < slotCount; ++i) {
         if (it == m_mapPlay.end())
             break;
         CPlayWidget* tile = nullptr;
-        // Pages of six here too: a page index left by another layout is honoured.
+        // Pages of six in both: a page index left by another layout is
+        // honoured, although these layouts do not page themselves.
         const int k = m_iPageIdx * 6 + i;
         if (k < n) {
             p = m_vecPerson.at(k);
@@ -270,15 +240,19 @@ void QDlgScreen::reLayout8Cut()
             ++it;
         }
         if (tile) {
-            const QRect rc = kxlayout::eightCutRect(W, H, n, i);
+            const QRect rc = rectOf(W, H, n, i, 1);
             type = (i == 0) ? 4 : 2;
             if (i == 0 && n != 1)
                 cfg->m_pBigPlayWidget = tile;
             tile->setGeometry(rc);
             tile->showTile();
-            KXLOG << "show playWidget:" << tile;
+            if (!bSixCut)
+                KXLOG << "show playWidget:" << tile;
         }
+        // Past the end of the roster the last participant's type is asked again.
         if (p) {
+            if (bSixCut)
+                KXLOG << "[ScreenMod]userName:" << p->userName << ",iStreamType:" << type;
             setPersonStreamType(p, type);
             releasePlayWidgetByPersonInfo(p);
         }

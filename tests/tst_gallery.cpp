@@ -26,6 +26,7 @@ private slots:
     void doubleClickShowsOneTile();
     void shareTakesOverAndGivesBack();
     void insertionByJoinTime();
+    void lookStates();
 };
 
 void TstGallery::init()
@@ -329,6 +330,47 @@ void TstGallery::insertionByJoinTime()
     void* pb = KXScreen_AddPerson(g.h, b.data(), b.data(), b.data(), 10, 0, nullptr, 1);
     QTRY_COMPARE(g.screen()->persons().size(), 3);
     QCOMPARE(g.screen()->persons().at(0), Gallery::rec(pb));
+}
+
+void TstGallery::lookStates()
+{
+    Gallery g(QSize(1280, 720));
+    g.add(4);
+    KXScreen_JoinMeetingFinish(g.h);
+    QDlgScreen* s = g.screen();
+    // Everyone looks at the third participant: it takes the big tile of a
+    // speaker layout, and the grid comes back when the look ends.
+    QCOMPARE(KXScreen_AllLook(g.h, g.handles.at(2), 1), 1);
+    QTRY_COMPARE(KXScreen_GetCurMode(g.h), 5);
+    QTRY_COMPARE(s->focusPerson(), g.rec(2));
+    QCOMPARE(QString(KXScreen_GetAllLookUserID(g.h)), QString("u2"));
+    QCOMPARE(Recorder::at(0).count(13), 1);
+    QCOMPARE(KXScreen_AllLook(g.h, g.handles.at(2), 0), 1);
+    QTRY_COMPARE(KXScreen_GetCurMode(g.h), 1);
+    QCOMPARE(Recorder::at(0).count(12), 1);
+    QCOMPARE(QString(KXScreen_GetAllLookUserID(g.h)), QString());
+
+    // Locking the view twice, or on another participant, still returns to
+    // the layout from before the first lock.
+    KXScreen_LockLook(g.h, g.handles.at(1), 1);
+    QTRY_COMPARE(s->focusPerson(), g.rec(1));
+    KXScreen_LockLook(g.h, g.handles.at(1), 1);
+    KXScreen_LockLook(g.h, g.handles.at(3), 1);
+    QTRY_COMPARE(s->focusPerson(), g.rec(3));
+    QCOMPARE(QString(KXScreen_GetLockLookUserID(g.h)), QString("u3"));
+    QVERIFY(!g.rec(1)->bLockLook);
+    KXScreen_LockLook(g.h, g.handles.at(3), 0);
+    QTRY_COMPARE(KXScreen_GetCurMode(g.h), 1);
+    // Leaving while everyone looks at you ends the look state.
+    KXScreen_AllLook(g.h, g.handles.at(0), 1);
+    QTRY_COMPARE(KXScreen_GetCurMode(g.h), 5);
+    Recorder::at(0).clear();
+    QCOMPARE(KXScreen_DelPerson(g.h, g.handles.at(0)), 1);
+    g.handles.removeFirst();
+    QTRY_COMPARE(s->persons().size(), 3);
+    QCOMPARE(Recorder::at(0).count(12), 1);
+    QCOMPARE(QString(KXScreen_GetAllLookUserID(g.h)), QString());
+    QVERIFY(s->persons().contains(s->focusPerson()));
 }
 
 QTEST_MAIN(TstGallery)
