@@ -1,6 +1,7 @@
 #include "displayorder.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace kxorder {
 
@@ -11,6 +12,18 @@ namespace {
 bool hasVideoLoose(const OrderItem& p)
 {
     return p.preview && p.streamStatus != 1;
+}
+
+// Join times come from the host and may sit at either end of the range: one
+// step before or after stops there instead of wrapping to the other end.
+qint64 stepBefore(qint64 t)
+{
+    return t == std::numeric_limits<qint64>::min() ? t : t - 1;
+}
+
+qint64 stepAfter(qint64 t)
+{
+    return t == std::numeric_limits<qint64>::max() ? t : t + 1;
 }
 
 // Video as the full walk sees it: status 0 is no stream either.
@@ -75,14 +88,14 @@ OrderResult displayOrder(const QVector<OrderItem>& roster, bool focusMode)
     for (int i : qAsConst(res.changed)) {
         if (hasVideoLoose(roster[i])) {
             if (!video.isEmpty())
-                res.joinTime[i] = res.joinTime[video.last()] + 1;
+                res.joinTime[i] = stepAfter(res.joinTime[video.last()]);
             video.append(i);
         } else {
             if (!noVideo.isEmpty()) {
                 if (!roster[noVideo.first()].shareRecord)
-                    res.joinTime[i] = res.joinTime[noVideo.first()] - 1;
+                    res.joinTime[i] = stepBefore(res.joinTime[noVideo.first()]);
                 else if (noVideo.size() > 1)
-                    res.joinTime[i] = res.joinTime[noVideo.at(1)] - 1;
+                    res.joinTime[i] = stepBefore(res.joinTime[noVideo.at(1)]);
             }
             noVideo.prepend(i);
         }

@@ -65,7 +65,10 @@ QDlgScreen::QDlgScreen(QWidget* parent)
     connect(cfg, &QKXScreenConfig::modSignalPersonInfo, this, &QDlgScreen::onModPersonInfo);
     connect(cfg, &QKXScreenConfig::modSignalVolume, this, &QDlgScreen::onModVolume);
     connect(cfg, &QKXScreenConfig::modSignalAddPerson, this, &QDlgScreen::onModAddPerson);
-    connect(cfg, &QKXScreenConfig::playFrameUpdateUI, this, &QDlgScreen::onPlayFrameUpdateUI);
+    // Always queued, also from the interface thread: the follow-up of a frame
+    // can reach the host, whose function may remove the participant whose
+    // frame is still being copied under the frame lock.
+    connect(cfg, &QKXScreenConfig::playFrameUpdateUI, this, &QDlgScreen::onPlayFrameUpdateUI, Qt::QueuedConnection);
     connect(cfg, &QKXScreenConfig::modSignalFocusByUserID, this, &QDlgScreen::onModFocusByUserID);
     connect(cfg, &QKXScreenConfig::modSignalSwitchMode, this, &QDlgScreen::onModSwitchMode);
     connect(cfg, &QKXScreenConfig::notifyUpdatePersonInfo, this, &QDlgScreen::onNotifyUpdateUserInfo);
@@ -292,7 +295,12 @@ void QDlgScreen::onModMeetingRoomMinimized(bool bMinimized)
     // Nobody sees the gallery while the meeting room is minimised: stop every
     // video, and pull what is on screen again once it is back.
     if (bMinimized) {
-        for (tagPersonInfo* p : qAsConst(m_vecPerson)) {
+        // The host may call back in from each notification: walk a copy and
+        // skip whoever has left the roster meanwhile.
+        const QVector<tagPersonInfo*> roster = m_vecPerson;
+        for (tagPersonInfo* p : roster) {
+            if (m_vecPerson.constData() != roster.constData() && !isHasPerson(p))
+                continue;
             if (!p->isShareScreen())
                 notifyRemotePlay(p, false);
         }

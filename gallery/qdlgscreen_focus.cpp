@@ -137,7 +137,9 @@ void QDlgScreen::onModAllLook(void* person, bool bAllLook)
         m_pAllLookPerson = nullptr;
         endLook();
     }
-    refreshTile(p);
+    // The host may have removed the participant from inside the toast.
+    if (isOwnedPerson(p))
+        refreshTile(p);
 }
 
 void QDlgScreen::onModLookLock(void* person, bool bLock)
@@ -166,7 +168,9 @@ void QDlgScreen::onModLookLock(void* person, bool bLock)
         p->bLockLook = false;
         endLook();
     }
-    refreshTile(p);
+    // The host may have removed the participant from inside the toast.
+    if (isOwnedPerson(p))
+        refreshTile(p);
 }
 
 void QDlgScreen::beginLook(bool bStart)

@@ -29,7 +29,7 @@ bool QDlgScreen::playFrame(void* person, KxCloudRTCVideoFrameQT* frame)
     CPlayWidget* tile = p->pWidget;
     if (tile) {
         p->addTime = QDateTime::currentMSecsSinceEpoch();
-        return tile->PlayOneFrame(frame);
+        return tile->PlayOneFrame(frame, p);
     }
     if (cfg->m_bSilenceSelfNoTile && p->bSelf)
         return false;
@@ -60,8 +60,12 @@ void QDlgScreen::onPlayFrameUpdateUI(void* person, int width, int height)
     if (p->bStreamTypeChange) {
         KXLOG << "[ScreenMod]userName:" << p->userName << ",streamType:" << p->iStreamType << ",bSelf:" << p->bSelf;
         p->bStreamTypeChange = false;
-        if (!p->bSelf && !p->userName.isEmpty())
+        if (!p->bSelf && !p->userName.isEmpty()) {
             switchStream(p, p->iStreamType);
+            // The host may have removed the participant from inside the request.
+            if (!isOwnedPerson(p))
+                return;
+        }
     }
     if (p->iWidth != width || p->iHeight != height)
         bChanged = true;

@@ -113,6 +113,19 @@ void QDlgScreen::onModAddPerson(void* person)
 void QDlgScreen::onModDelPerson(void* person)
 {
     QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+    auto* owned = static_cast<tagPersonInfo*>(person);
+    if (owned && owned != m_pExtSharePerson && !isHasPerson(owned) && isOwnedPerson(owned)
+        && !cfg->testDelPerson(owned, false)) {
+        // Removed before its arrival was handled: a removal made on the
+        // interface thread runs at once, while the arrival from a host thread
+        // is still queued. It never enters the roster; the queued arrival
+        // finds it in the registry and is dropped.
+        KXLOG << "onModDelPerson before arrival:" << person;
+        QMutexLocker lock(&cfg->frameLock());
+        cfg->addDelPerson(owned);
+        forgetPerson(owned);
+        return;
+    }
     if (m_vecPerson.size() <= 0) {
         // A removal after resetAll is ignored: the record is not ours any more.
         KXLOG << "onModDelPerson<=0";
@@ -176,6 +189,13 @@ bool QDlgScreen::DelPerson(tagPersonInfo* p)
     if (p->pWidget) {
         p->pWidget->ClearVideo();
         p->pWidget->setPersonData(nullptr, false);
+    }
+    // A tile whose entry was let go (its participant moved to the focus tile
+    // or off the page) still points at the record; none may keep it once it
+    // is freed, the tile's queued work would read it.
+    for (auto it = m_mapPlay.constBegin(); it != m_mapPlay.constEnd(); ++it) {
+        if (it.key()->personInfo() == p)
+            it.key()->setPersonData(nullptr, false);
     }
     if (m_pFocusPlayWidget && m_pFocusPlayWidget->personInfo() == p)
         m_pFocusPlayWidget->setPersonData(nullptr, false);
@@ -598,6 +618,9 @@ void QDlgScreen::setPreview(void* person, bool bPreview)
         // Video that has nowhere to go is not pulled.
         KXLOG << "pInfo->pWidget==nullptr";
         notifyRemotePlay(p, false);
+        // The host may have removed the participant from inside the notice.
+        if (!isOwnedPerson(p))
+            return;
     }
     refreshTile(p);
     if (!bPreview)
@@ -613,7 +636,13 @@ void QDlgScreen::onModPreview(void* person, bool bPreview)
 void QDlgScreen::changePersonVideoMute(bool bMute)
 {
     KXLOG << "start changePersonVideoMute, bMute:" << bMute;
-    for (tagPersonInfo* p : qAsConst(m_vecPerson)) {
+    // The host may call back in from each notification and relayout or remove
+    // participants: walk a copy, and once the roster has changed skip whoever
+    // is no longer in it.
+    const QVector<tagPersonInfo*> roster = m_vecPerson;
+    for (tagPersonInfo* p : roster) {
+        if (m_vecPerson.constData() != roster.constData() && !isHasPerson(p))
+            continue;
         if (p->isShareScreen())
             continue;
         const bool bVisible = p->pWidget && p->pWidget->isVisible();

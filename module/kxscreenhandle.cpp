@@ -51,6 +51,12 @@ bool isLiveScreenHandle(void* hScreen)
     return liveHandles().contains(hScreen);
 }
 
+int liveScreenHandleCount()
+{
+    QMutexLocker lock(&g_handlesLock);
+    return liveHandles().size();
+}
+
 bool isValidScreenHandle(void* hScreen)
 {
     // A foreign or released pointer is never dereferenced: only handles in the

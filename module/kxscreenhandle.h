@@ -40,5 +40,7 @@ void registerScreenHandle(KXScreenHandle* h);
 void unregisterScreenHandle(KXScreenHandle* h);
 // True for a handle the module issued and has not released (dialog or not).
 bool isLiveScreenHandle(void* hScreen);
+// Handles issued and not released.
+int liveScreenHandleCount();
 
 #endif

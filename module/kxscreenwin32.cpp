@@ -16,10 +16,24 @@
 #include <QApplication>
 #include <QHash>
 #include <QImage>
+#include <QPointer>
 #include <QThread>
+#include <cmath>
 #include <exception>
 
 namespace {
+
+// Galleries released from inside a host function whose dialog is still to be deleted.
+int g_pendingGalleryDeletes = 0;
+
+// The registry of freed records only protects pointers held by galleries
+// (their tiles, overlays and queued calls). With no gallery left it would
+// only grow, meeting after meeting.
+void pruneFreedRecords()
+{
+    if (g_pendingGalleryDeletes == 0 && liveScreenHandleCount() == 0)
+        QKXScreenConfig::getInstance()->clearDelPersons();
+}
 
 QMutex g_playOwnerLock;
 // Live play handles and the gallery that issued each.
@@ -141,6 +155,14 @@ void KXScreen_Release(void* hScreen)
         KXLOG << "[ScreenMod]KXScreen_Release unknown handle:" << hScreen;
         return;
     }
+    if (!onInterfaceThread()) {
+        // The gallery's widgets (and their GL contexts) can only go on the
+        // interface thread: the release runs there when it next pumps.
+        KXWARN << "[ScreenMod]KXScreen_Release called off the interface thread; released when it pumps";
+        QMetaObject::invokeMethod(QCoreApplication::instance(), [hScreen]() { KXScreen_Release(hScreen); },
+                                  Qt::QueuedConnection);
+        return;
+    }
     auto* h = static_cast<KXScreenHandle*>(hScreen);
     unregisterScreenHandle(h);
     QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
@@ -149,7 +171,21 @@ void KXScreen_Release(void* hScreen)
         QMutexLocker lock(&cfg->frameLock());
         if (h->pMainDlg) {
             cfg->removeCallback(h->pCallback);
-            delete h->pMainDlg;
+            if (cfg->inHostNotification()) {
+                // Called from inside the host function: the gallery code that
+                // notified it is still running below. The gallery is dead for
+                // the host now and goes once that code has returned.
+                h->pMainDlg->hide();
+                QPointer<QDlgMain> dlg(h->pMainDlg);
+                ++g_pendingGalleryDeletes;
+                QMetaObject::invokeMethod(QCoreApplication::instance(), [dlg]() {
+                    delete dlg.data();
+                    --g_pendingGalleryDeletes;
+                    pruneFreedRecords();
+                }, Qt::QueuedConnection);
+            } else {
+                delete h->pMainDlg;
+            }
             h->pMainDlg = nullptr;
         }
         // Play handles the host never deleted die with their gallery.
@@ -167,6 +203,7 @@ void KXScreen_Release(void* hScreen)
     delete h->pCallback;
     h->pCallback = nullptr;
     delete h;
+    pruneFreedRecords();
     KX_CATCH("KXScreen_Release", )
 }
 
@@ -178,8 +215,17 @@ int KXScreen_SetParent(void* hScreen, QWidget* parent)
     KXScreenHandle* h = validHandle(hScreen);
     if (!h)
         return 0;
-    h->pMainDlg->setParent(parent);
-    h->pMainDlg->show();
+    QDlgMain* dlg = h->pMainDlg;
+    // Widgets are moved on the interface thread only; from another thread the
+    // move is queued there (and dropped if the new parent is gone by then).
+    QPointer<QWidget> newParent(parent);
+    const bool toParent = parent != nullptr;
+    runOnUi(dlg, [dlg, newParent, toParent]() {
+        if (toParent && !newParent)
+            return;
+        dlg->setParent(newParent.data());
+        dlg->show();
+    });
     return 1;
     KX_CATCH("KXScreen_SetParent", 0)
 }
@@ -234,17 +280,24 @@ int KXScreen_DelPerson(void* hScreen, void* hPlay)
         return 0;
     }
     auto* pPlay = static_cast<ST_KXPlayHdl*>(hPlay);
-    if (pPlay->userID.startsWith(QLatin1String("sharescreen_")))
-        emit cfg->modSignalSetSharePause(false);
-    emit cfg->modSignalDelPerson(pPlay->pPlayData);
-    KXLOG << "thread,pPerson:" << static_cast<void*>(pPlay->pPlayData);
+    tagPersonInfo* record = pPlay->pPlayData;
+    const bool bShare = pPlay->userID.startsWith(QLatin1String("sharescreen_"));
+    // The handle dies before anyone hears of the removal: on the interface
+    // thread the removal runs at once and reaches the host function, which may
+    // call in again with this same handle. It is listed as released before
+    // its memory is freed, so that an AddPerson on another thread that is
+    // handed the same address erases the entry instead of finding it later.
     kxplatform::unregisterLive(pPlay);
     {
         QMutexLocker ownerLock(&g_playOwnerLock);
         playOwners().remove(pPlay);
     }
-    delete pPlay;
     h->addDelPlay(hPlay);
+    delete pPlay;
+    if (bShare)
+        emit cfg->modSignalSetSharePause(false);
+    emit cfg->modSignalDelPerson(record);
+    KXLOG << "thread,pPerson:" << static_cast<void*>(record);
     return 1;
     KX_CATCH("KXScreen_DelPerson", 0)
 }
@@ -705,6 +758,13 @@ int KXScreen_SetDPIs(void* hScreen, double dpi1, double dpi2)
     KXLOG << "[ScreenMod]KXScreen_SetDPIs dpi1=:" << dpi1 << ";dpi2=" << dpi2;
     if (!validHandle(hScreen))
         return 0;
+    // The factors scale every tile's viewport into integer pixels: only a
+    // finite, positive factor that a screen can have is taken.
+    const auto plausible = [](double d) { return std::isfinite(d) && d > 0.0 && d <= 16.0; };
+    if (!plausible(dpi1) || !plausible(dpi2)) {
+        KXLOG << "[ScreenMod]KXScreen_SetDPIs refused: a factor is not between 0 and 16";
+        return 0;
+    }
     QKXScreenConfig::getInstance()->setDPIs(dpi1, dpi2);
     return 1;
     KX_CATCH("KXScreen_SetDPIs", 0)

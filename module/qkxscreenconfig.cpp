@@ -77,6 +77,12 @@ void QKXScreenConfig::addDelPerson(void* pPerson)
     m_deletedPersonRegistry.insert(pPerson, pPerson);
 }
 
+void QKXScreenConfig::clearDelPersons()
+{
+    QMutexLocker lock(&m_registryLock);
+    m_deletedPersonRegistry.clear();
+}
+
 int QKXScreenConfig::delPersonCount() const
 {
     QMutexLocker lock(&m_registryLock);
@@ -171,6 +177,12 @@ void QKXScreenConfig::notifyHost(unsigned int msg, quint64 wParam, quint64 lPara
             if (!m_callbacks.contains(cb))
                 continue;
         }
+        struct Depth
+        {
+            int& d;
+            explicit Depth(int& n) : d(n) { ++d; }
+            ~Depth() { --d; }
+        } depth(m_iNotifyDepth);
         cb->UIMsgNotify(msg, wParam, lParam);
     }
 }
@@ -208,12 +220,10 @@ QString QKXScreenConfig::dumpFilePath(const QString& baseDir, const QString& use
         s.replace(QStringLiteral(".."), QStringLiteral("__"));
         return s;
     };
+    // One pass over the pattern: a chain of arg() calls would also replace
+    // "%3"-like text inside the base directory, the name or the ID.
     return QStringLiteral("%1/log/tmpFrame/(%2)%3_%4x%5.yuv")
-        .arg(baseDir)
-        .arg(safe(userName))
-        .arg(safe(userID))
-        .arg(w)
-        .arg(h);
+        .arg(baseDir, safe(userName), safe(userID), QString::number(w), QString::number(h));
 }
 
 void QKXScreenConfig::dumpFrame(const tagPersonInfo* pPerson, const KxCloudRTCVideoFrameQT* frame)
@@ -223,7 +233,11 @@ void QKXScreenConfig::dumpFrame(const tagPersonInfo* pPerson, const KxCloudRTCVi
     QFile file(dumpFilePath(baseDir(), pPerson->userName, pPerson->userID, frame->width, frame->height));
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
         return;
-    file.write(reinterpret_cast<const char*>(frame->data), frame->length);
+    // The copy reads width x height I420 bytes and no more; a length that
+    // claims more must not make the dump read past the picture.
+    const qint64 picture = qint64(frame->width) * frame->height
+                           + 2 * ((qint64(frame->width) + 1) / 2) * ((qint64(frame->height) + 1) / 2);
+    file.write(reinterpret_cast<const char*>(frame->data), qMin<qint64>(frame->length, picture));
     file.close();
 }
 

@@ -31,6 +31,9 @@ public:
     bool testDelPerson(void* pPerson, bool bErase = false);
     void addDelPerson(void* pPerson);
     int delPersonCount() const;
+    // Empties the registry; only when no gallery (and so no tile, overlay or
+    // queued call that could hold a record's address) is left.
+    void clearDelPersons();
 
     // --- colours by skin ---------------------------------------------------
     QString getBackColor() const;   // "#FFFFFF" light, "#2A2E36" dark
@@ -53,6 +56,9 @@ public:
     // Sends one notification to every registered callback, over a copy of the list.
     void notifyHost(unsigned int msg, quint64 wParam, quint64 lParam);
     int callbackCount() const;
+    // True while a host function is running (interface thread): gallery code
+    // that sent the notification is still on the stack below it.
+    bool inHostNotification() const { return m_iNotifyDepth > 0; }
 
     // --- layout -----------------------------------------------------------
     int curScreenMode() const { return m_iCurScreenMode.load(); }
@@ -184,6 +190,7 @@ private:
     double m_dpi1 = 1.0;
     double m_dpi2 = 1.0;
     QRecursiveMutex m_frameLock;
+    int m_iNotifyDepth = 0;                  // host functions running, interface thread only
 };
 
 #endif

@@ -81,10 +81,24 @@ CPlayWidget::CPlayWidget(QWidget* parent)
 
 CPlayWidget::~CPlayWidget()
 {
+    // The base class destroys the context after this body: the handler of its
+    // end must not run on a tile that is half gone.
+    if (QOpenGLContext* ctx = context())
+        disconnect(ctx, nullptr, this, nullptr);
+    releaseGL();
+}
+
+void CPlayWidget::releaseGL()
+{
+    if (!context())
+        return;
     makeCurrent();
     m_textureY.destroy();
     m_textureU.destroy();
     m_textureV.destroy();
+    delete m_program;
+    m_program = nullptr;
+    doneCurrent();
 }
 
 // ---------------------------------------------------------------------------
@@ -162,10 +176,15 @@ void CPlayWidget::ClearVideo()
 // Frame intake (host thread)
 // ---------------------------------------------------------------------------
 
-bool CPlayWidget::PlayOneFrame(const KxCloudRTCVideoFrameQT* frame)
+bool CPlayWidget::PlayOneFrame(const KxCloudRTCVideoFrameQT* frame, const tagPersonInfo* owner)
 {
     QMutexLocker lock(&m_mutex);
     if (!m_pPersonInfo)
+        return false;
+    // While a layout pass rebinds tiles, a participant's tile pointer can
+    // briefly name a tile that still holds (or already holds) someone else:
+    // the frame is dropped rather than shown as that person's picture.
+    if (owner && m_pPersonInfo != owner)
         return false;
     if (isDeletedPerson(m_pPersonInfo)) {
         m_pPersonInfo = nullptr;
@@ -432,19 +451,25 @@ void CPlayWidget::mouseMoveEvent(QMouseEvent* event)
 
 void CPlayWidget::initializeGL()
 {
+    // Called for every new context: the first one, and the one the tile gets
+    // when the gallery moves to another window (the old context goes, and the
+    // GL objects made in it go first).
+    connect(context(), &QOpenGLContext::aboutToBeDestroyed, this, [this]() { releaseGL(); });
     initializeOpenGLFunctions();
     glEnable(GL_DEPTH_TEST);
 
-    m_program.addShaderFromSourceCode(QOpenGLShader::Fragment, kFragmentShader);
-    m_program.addShaderFromSourceCode(QOpenGLShader::Vertex, kVertexShader);
-    m_program.bindAttributeLocation("vertexIn", 0);
-    m_program.bindAttributeLocation("textureIn", 1);
-    m_program.link();
-    m_program.bind();
+    delete m_program;
+    m_program = new QOpenGLShaderProgram;
+    m_program->addShaderFromSourceCode(QOpenGLShader::Fragment, kFragmentShader);
+    m_program->addShaderFromSourceCode(QOpenGLShader::Vertex, kVertexShader);
+    m_program->bindAttributeLocation("vertexIn", 0);
+    m_program->bindAttributeLocation("textureIn", 1);
+    m_program->link();
+    m_program->bind();
 
-    m_locTexY = m_program.uniformLocation("tex_y");
-    m_locTexU = m_program.uniformLocation("tex_u");
-    m_locTexV = m_program.uniformLocation("tex_v");
+    m_locTexY = m_program->uniformLocation("tex_y");
+    m_locTexU = m_program->uniformLocation("tex_u");
+    m_locTexV = m_program->uniformLocation("tex_v");
 
     glVertexAttribPointer(0, 2, GL_FLOAT, GL_FALSE, 0, kVertices);
     glVertexAttribPointer(1, 2, GL_FLOAT, GL_FALSE, 0, kTexCoords);
@@ -490,7 +515,7 @@ void CPlayWidget::paintGL()
         emit notifyViewCenter(width(), height());
         return;
     }
-    if (!m_bCanRender)
+    if (!m_bCanRender || !m_program)
         return;
 
     QKXScreenConfig* config = QKXScreenConfig::getInstance();
@@ -498,7 +523,7 @@ void CPlayWidget::paintGL()
     glViewport(int(m_iDspX * s), int(m_iDspY * s), int(m_iDspWidth * s), int(m_iDspHeight * s));
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     glEnable(GL_DEPTH_TEST);
-    m_program.bind();
+    m_program->bind();
 
     const int yw = p->iAlignedWidth;
     const int yh = p->iHeight;

@@ -33,8 +33,9 @@ public:
 
     // Host thread, frame lock held: copies one picture into the attached
     // record's buffer. False when nothing was copied (no record, refused
-    // frame, no buffer).
-    bool PlayOneFrame(const KxCloudRTCVideoFrameQT* frame);
+    // frame, no buffer, or the tile holds another record than `owner`, the
+    // participant whose frame it is, when one is given).
+    bool PlayOneFrame(const KxCloudRTCVideoFrameQT* frame, const tagPersonInfo* owner = nullptr);
     // Sizes the attached record's buffer for a width x height picture.
     void SetVideoSize(unsigned int width, unsigned int height);
 
@@ -94,13 +95,17 @@ protected:
     void paintGL() override;
 
 private:
+    // Releases the GL objects while their context is current; they are made
+    // afresh by initializeGL in the next context.
+    void releaseGL();
+
     int m_locTexY = 0;
     int m_locTexU = 0;
     int m_locTexV = 0;
     QOpenGLTexture m_textureY;
     QOpenGLTexture m_textureU;
     QOpenGLTexture m_textureV;
-    QOpenGLShaderProgram m_program;
+    QOpenGLShaderProgram* m_program = nullptr; // one per GL context, made by initializeGL
     int m_iDspX = 0;
     int m_iDspY = 0;
     int m_iDspWidth = 0;

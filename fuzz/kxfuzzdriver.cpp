@@ -1,0 +1,581 @@
+#include "kxfuzzdriver.h"
+
+#include "cplaywidget.h"
+#include "kxscreenhandle.h"
+#include "kxscreeninternal.h"
+#include "kxscreenmod2.h"
+#include "personinfo.h"
+#include "platform.h"
+#include "qdlgmain.h"
+#include "qdlgscreen.h"
+#include "qkxscreenconfig.h"
+
+#include <QCoreApplication>
+#include <QHash>
+#include <QImage>
+#include <QSet>
+#include <QWidget>
+#include <climits>
+#include <cstdio>
+#include <cstring>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+namespace kxfuzz {
+
+namespace {
+
+// The input, read front to back; past its end every read is 0.
+class Bytes
+{
+public:
+    Bytes(const uint8_t* d, size_t n) : m_d(d), m_n(n) {}
+    bool done() const { return m_i >= m_n; }
+    uint8_t u8() { return m_i < m_n ? m_d[m_i++] : 0; }
+    // Little-endian; each byte read in a statement of its own (the operands
+    // of one expression are evaluated in no fixed order).
+    uint16_t u16()
+    {
+        const uint16_t lo = u8();
+        const uint16_t hi = u8();
+        return uint16_t(lo | (hi << 8));
+    }
+    int16_t i16() { return int16_t(u16()); }
+    uint32_t u32()
+    {
+        const uint32_t lo = u16();
+        const uint32_t hi = u16();
+        return lo | (hi << 16);
+    }
+    int32_t i32() { return int32_t(u32()); }
+    int64_t i64()
+    {
+        const uint64_t lo = u32();
+        const uint64_t hi = u32();
+        return int64_t(lo | (hi << 32));
+    }
+    bool flag() { return u8() & 1; }
+    // A string of up to 40 bytes, any content (NULs end it early for the module).
+    QByteArray str()
+    {
+        const int n = u8() % 41;
+        QByteArray s;
+        for (int i = 0; i < n; ++i)
+            s.append(char(u8()));
+        return s;
+    }
+
+private:
+    const uint8_t* m_d;
+    size_t m_n;
+    size_t m_i = 0;
+};
+
+// KX_FUZZ_TRACE=1 prints every call as it is made, to read a saved input.
+bool tracing()
+{
+    static const bool on = qgetenv("KX_FUZZ_TRACE") == "1";
+    return on;
+}
+#define KXF_TRACE(...)                                                                                     \
+    do {                                                                                                   \
+        if (tracing())                                                                                     \
+            std::fprintf(stderr, __VA_ARGS__);                                                             \
+    } while (0)
+
+const char* const kIDs[] = {"u0", "u1", "u2", "u3", "sharescreen_u1", "sharescreen_u2", "unjoined_u3", ""};
+
+// Everything one input shares, including the host function's view of it.
+struct Meeting
+{
+    QWidget* host = nullptr;
+    void* h = nullptr;                 // the gallery, or a released one
+    bool hLive = false;
+    void* released = nullptr;          // a gallery released during this input
+    std::vector<void*> live;           // play handles added and not removed
+    std::vector<void*> dead;           // play handles removed
+    std::vector<void*> records;        // record addresses seen (live or not)
+    QHash<quintptr, void*> handleOf;   // record -> play handle, for the host function
+    int callbackMode = 0;
+    int reentries = 0;
+    QString broken;
+
+    KXScreenHandle fakeScreen;
+    ST_KXPlayHdl fakePlay;
+    tagPersonInfo fakeRecord;
+
+    void removed(void* p)
+    {
+        for (size_t i = 0; i < live.size(); ++i)
+            if (live[i] == p) {
+                live.erase(live.begin() + long(i));
+                dead.push_back(p);
+                return;
+            }
+    }
+};
+
+Meeting* g_meeting = nullptr;
+
+int hostFunction(unsigned int msg, uint64_t w, uint64_t)
+{
+    Meeting* m = g_meeting;
+    if (!m || m->reentries > 64)
+        return 0;
+    const bool namesRecord = (msg >= 2 && msg <= 4) || msg == 0 || msg == 16 || msg == 17 || msg == 18 || msg == 24;
+    switch (m->callbackMode) {
+    case 1: // reads and an update about the participant named
+        if (namesRecord && m->hLive) {
+            ++m->reentries;
+            KXScreen_GetAllLookUserID(m->h);
+            KXScreen_GetShareWgtPos(m->h);
+            if (void* p = m->handleOf.value(quintptr(w)))
+                KXScreen_SetMute(m->h, p, 1);
+        }
+        break;
+    case 2: // the participant named is removed
+        if (namesRecord && m->hLive) {
+            void* p = m->handleOf.value(quintptr(w));
+            if (p && kxplatform::isReadable(p, sizeof(ST_KXPlayHdl))) {
+                ++m->reentries;
+                if (KXScreen_DelPerson(m->h, p) == 1)
+                    m->removed(p);
+            }
+        }
+        break;
+    case 3:
+        throw std::runtime_error("host function fails");
+    case 4: // the meeting ends inside the notification
+        if (m->hLive) {
+            ++m->reentries;
+            KXScreen_Release(m->h);
+            m->hLive = false;
+            m->released = m->h;
+            for (void* p : m->live)
+                m->dead.push_back(p);
+            m->live.clear();
+        }
+        break;
+    case 5: // a relayout
+        if (m->hLive) {
+            ++m->reentries;
+            KXScreen_SetCurMode(m->h, int(msg % 9) + 1);
+        }
+        break;
+    default:
+        break;
+    }
+    return 0;
+}
+
+QString checkGallery(QDlgScreen* s)
+{
+    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+    QSet<tagPersonInfo*> members;
+    for (tagPersonInfo* p : s->persons()) {
+        if (!p || members.contains(p))
+            return QStringLiteral("roster holds a null or a repeated record");
+        members.insert(p);
+        if (cfg->testDelPerson(p, false))
+            return QStringLiteral("roster holds a freed record");
+        if (p->pWidget && p->pWidget->personInfo() != p)
+            return QStringLiteral("a participant's tile shows someone else");
+    }
+    if (s->focusPerson() && !members.contains(s->focusPerson()))
+        return QStringLiteral("the focus participant is not in the roster");
+    QSet<tagPersonInfo*> values;
+    QSet<tagPersonInfo*> shown;
+    QVector<CPlayWidget*> tiles;
+    for (auto it = s->playMap().constBegin(); it != s->playMap().constEnd(); ++it) {
+        tiles.append(it.key());
+        tagPersonInfo* p = it.value();
+        if (!p)
+            continue;
+        if (!members.contains(p) || values.contains(p))
+            return QStringLiteral("a tile entry holds a record twice or one not in the roster");
+        values.insert(p);
+        if (p->pWidget && p->pWidget != it.key()
+            && !(p == s->focusPerson() && p->pWidget == s->focusPlayWidget()))
+            return QStringLiteral("a record's tile and its entry disagree");
+    }
+    tiles.append(s->focusPlayWidget());
+    for (CPlayWidget* t : tiles) {
+        tagPersonInfo* p = t->personInfo();
+        if (!p)
+            continue;
+        if (cfg->testDelPerson(p, false))
+            return QStringLiteral("a tile points at a freed record");
+        if (t->isVisibleTo(s)) {
+            if (shown.contains(p))
+                return QStringLiteral("two visible tiles show one participant");
+            shown.insert(p);
+        }
+    }
+    const int n = s->persons().size();
+    const int idx = s->pageIndex();
+    if (idx < 0 || (n == 0 && idx != 0) || (n > 0 && idx > 0 && idx * 6 >= n))
+        return QStringLiteral("page index %1 with %2 participants").arg(idx).arg(n);
+    return QString();
+}
+
+void pumpAndCheck(Meeting& m)
+{
+    QCoreApplication::sendPostedEvents();
+    QCoreApplication::processEvents();
+    if (m.broken.isEmpty() && m.hLive)
+        m.broken = checkGallery(m.h ? static_cast<KXScreenHandle*>(m.h)->pMainDlg->GetDlgScreenPtr() : nullptr);
+}
+
+class Player
+{
+public:
+    Player(Meeting& m, Bytes& in) : m(m), in(in) {}
+
+    void* screen()
+    {
+        switch (in.u8() % 10) {
+        case 0: return nullptr;
+        case 1: return m.released;
+        case 2: return &m.fakeScreen;
+        case 3: return reinterpret_cast<void*>(quintptr(0x40));
+        default: return m.h;
+        }
+    }
+
+    void* play()
+    {
+        const uint8_t k = in.u8();
+        switch (k % 8) {
+        case 0: return nullptr;
+        case 1: return m.dead.empty() ? nullptr : m.dead[in.u8() % m.dead.size()];
+        case 2: return &m.fakePlay;
+        case 3: return m.records.empty() ? nullptr : m.records[in.u8() % m.records.size()];
+        case 4: return reinterpret_cast<void*>(~quintptr(0) - 3);
+        default: return m.live.empty() ? nullptr : m.live[in.u8() % m.live.size()];
+        }
+    }
+
+    QByteArray id()
+    {
+        const uint8_t k = in.u8();
+        return k < 200 ? QByteArray(kIDs[k % (sizeof kIDs / sizeof *kIDs)]) : in.str();
+    }
+
+    QImage image()
+    {
+        const int side = in.u8() % 24;
+        QImage img;
+        if (side > 0) {
+            img = QImage(side, side, QImage::Format_RGB32);
+            const uint32_t rgb = in.u32();
+            img.fill(QColor::fromRgb(rgb));
+        }
+        return img;
+    }
+
+    // A frame record that is honest about its picture: data holds what width
+    // and height promise, or is null; odd, zero, negative and overflowing
+    // sizes come with no more than the record.
+    int frame(void* h, void* p)
+    {
+        KxCloudRTCVideoFrameQT f{};
+        std::vector<uint8_t> pixels;
+        int w = 0;
+        int hgt = 0;
+        const int kind = in.u8() % 6;
+        const int r1 = in.i16();
+        const int r2 = in.i16();
+        switch (kind) {
+        case 0: w = INT_MIN + (r1 & 0xff); hgt = r2; break;
+        case 1: w = 46341 + (r1 & 0xff); hgt = 46341; break;
+        case 2: w = r1; hgt = r2; break; // may be zero or negative
+        default:
+            w = 1 + (r1 & 0xffff) % 1280;
+            hgt = 1 + (r2 & 0xffff) % 720;
+            break;
+        }
+        const bool nullData = (in.u8() % 16) == 0;
+        const uint8_t fill = in.u8();
+        if (w > 0 && hgt > 0 && qint64(w) * hgt <= 1280 * 720 && !nullData) {
+            const size_t size = size_t(w) * hgt + 2 * size_t((w + 1) / 2) * size_t((hgt + 1) / 2);
+            pixels.assign(size, fill);
+            f.data = pixels.data();
+            f.length = uint32_t(size);
+        } else if (!nullData && w > 0 && hgt > 0) {
+            // A picture too large to fake here: keep it out of range instead.
+            w = -w;
+        }
+        const bool lie = (in.u8() % 8) == 0;
+        const uint32_t length = in.u32();
+        if (lie)
+            f.length = length; // the length is only for dumps and is not trusted
+        f.width = w;
+        f.height = hgt;
+        const bool noRecord = (in.u8() % 32) == 0;
+        return KXScreen_PlayFrame(h, p, noRecord ? nullptr : &f);
+    }
+
+    // One call. hostThread: called from a thread of the host, so only the
+    // exports meant for any thread. Every read of the input is a statement of
+    // its own: the order of a call's arguments is the compiler's, and a saved
+    // input must replay the same with any compiler.
+    void call(uint8_t op, bool hostThread)
+    {
+        const QByteArray a = id();
+        QByteArray b = in.str();
+        QByteArray a2 = a;
+        char* idArg = a2.data();
+        char* strArg = b.data();
+        const bool nullA = in.flag();
+        const bool nullB = in.flag();
+        const bool f1 = in.flag();
+        const bool f2 = in.flag();
+        const int k = in.u8();
+        void* h = screen();
+        KXF_TRACE("%s op %d on %s gallery, id '%s'\n", hostThread ? "host" : "ui", op % (hostThread ? 20 : 32),
+                  h == m.h ? (m.hLive ? "the live" : "the released") : "a bad", a.constData());
+        switch (op % (hostThread ? 20 : 32)) {
+        case 0: case 1: case 2: {
+            const int64_t join = in.i64();
+            const int32_t extra = in.i32();
+            void* user = reinterpret_cast<void*>(quintptr(in.u32()));
+            void* p = KXScreen_AddPerson(h, nullA ? nullptr : idArg, strArg, nullB ? nullptr : strArg, join, extra,
+                                         user, k % 8);
+            KXF_TRACE("  AddPerson -> %p\n", p);
+            if (p && h == m.h && m.hLive) {
+                m.live.push_back(p);
+                tagPersonInfo* rec = static_cast<ST_KXPlayHdl*>(p)->pPlayData;
+                m.records.push_back(rec);
+                m.handleOf.insert(quintptr(rec), p);
+            }
+            break;
+        }
+        case 3: {
+            void* p = play();
+            const int r = KXScreen_DelPerson(h, p);
+            KXF_TRACE("  DelPerson %p -> %d\n", p, r);
+            if (r == 1)
+                m.removed(p);
+            break;
+        }
+        case 4: case 5: case 6: {
+            void* p = play();
+            frame(h, p);
+            break;
+        }
+        case 7: {
+            void* p = play();
+            KXScreen_SetMute(h, p, k - 1);
+            break;
+        }
+        case 8: { void* p = play(); KXScreen_SetHasMic(h, p, f1); break; }
+        case 9: { void* p = play(); KXScreen_SetPersonInfo(h, p, f1, k % 4, nullB ? nullptr : strArg); break; }
+        case 10: { void* p = play(); KXScreen_SetVolume(h, p, f1 ? k : -k * 1000003); break; }
+        case 11: { void* p = play(); KXScreen_MoreInHide(h, p); break; }
+        case 12: KXScreen_FocusByUserID(h, nullA ? nullptr : idArg); break;
+        case 13:
+            if (f1)
+                KXScreen_SetVoiceActivateByUserID(h, nullA ? nullptr : idArg);
+            else
+                KXScreen_CancelVoiceActivate(h);
+            break;
+        case 14: {
+            QByteArray list = a + ',' + b + ',' + QByteArray(kIDs[k % (sizeof kIDs / sizeof *kIDs)]);
+            KXScreen_SetCurSpeakPerson(h, nullB ? nullptr : list.data());
+            break;
+        }
+        case 15: KXScreen_UpdateNetWeak(h, nullA ? nullptr : a.constData(), f1, int(int8_t(k))); break;
+        case 16: KXScreen_SetCurMode(h, int(int8_t(k)) % 12); break;
+        case 17:
+            switch (k % 7) {
+            case 0: KXScreen_ChangePrimaryScreen(h, f1); break;
+            case 1: KXScreen_StartLocalShare(h, k, f1); break;
+            case 2: KXScreen_StopLocalShare(h); break;
+            case 3: KXScreen_SetSharePaush(h, f1); break;
+            case 4: KXScreen_ShareWhiteBoard(h, nullA ? nullptr : a.constData(), f1, f2); break;
+            case 5: KXScreen_ReposShareWgtForAnnonate(h); break;
+            default: KXScreen_SetShareWatermark(h, QString::fromUtf8(b), f1); break;
+            }
+            break;
+        case 18:
+            switch (k % 4) {
+            case 0: KXScreen_AddSentence(h, k % 3, k, nullA ? nullptr : idArg, strArg); break;
+            case 1: KXScreen_ClearSubtitles(h); break;
+            case 2: KXScreen_OpenSubtitle(h, f1); break;
+            default: KXScreen_GetCurMode(h); break;
+            }
+            break;
+        case 19: {
+            // Scale factors as the host's doubles, any bit pattern.
+            const uint64_t b1 = uint64_t(in.i64());
+            const uint64_t b2 = uint64_t(in.i64());
+            double d1 = 0;
+            double d2 = 0;
+            std::memcpy(&d1, &b1, sizeof d1);
+            std::memcpy(&d2, &b2, sizeof d2);
+            if (f1) {
+                d1 = 1.0 + double(b1 % 300) / 100.0;
+                d2 = 1.0 + double(b2 % 300) / 100.0;
+            }
+            KXScreen_SetDPIs(h, d1, d2);
+            break;
+        }
+        // Interface thread only from here.
+        case 20: { void* p = play(); KXScreen_Preview(h, p, f1); break; }
+        case 21: { void* p = play(); KXScreen_AllLook(h, p, k % 3); break; }
+        case 22: { void* p = play(); KXScreen_LockLook(h, p, k % 3); break; }
+        case 23: {
+            void* p = play();
+            const QImage img = image();
+            if (f1)
+                KXScreen_SetPersonHeadImg(h, p, f2 ? nullptr : &img);
+            else
+                KXScreen_SetUnjoinedPersonInfo(h, p, nullB ? nullptr : strArg, k - 2, img);
+            break;
+        }
+        case 24:
+            KXScreen_GetAllLookUserID(h);
+            KXScreen_GetLockLookUserID(h);
+            KXScreen_GetShareUserID(h);
+            KXScreen_GetShareWgtPos(h);
+            KXScreen_GetPicInPicWidgetPtr(h);
+            KXScreen_IsIconic(h);
+            KXScreen_IsUserShare(h);
+            break;
+        case 25: KXScreen_JoinMeetingFinish(h); break;
+        case 26: KXScreen_ShowPicInPic(h, f1); break;
+        case 27:
+            if (f1) {
+                KXScreen_ChangeShowPage(h, f2);
+            } else {
+                void* p = play();
+                KXScreen_SetDefStreamType(h, p);
+            }
+            break;
+        case 28: {
+            const int x = in.i16() % 2000;
+            const int y = in.i16() % 2000;
+            const int w = in.u16() % 2000;
+            const int hh = in.u16() % 1200;
+            KXScreen_MoveWindow(h, QRect(x, y, w, hh), k % 4);
+            break;
+        }
+        case 29:
+            if (f1)
+                KXScreen_SetMeetingRoomMinimized(h, f2);
+            else
+                KXScreen_SetIsNewSkin(h, f2);
+            break;
+        case 30: KXScreen_SetParent(h, f1 ? m.host : nullptr); break;
+        default:
+            m.callbackMode = k % 6;
+            KXF_TRACE("  host function mode %d\n", m.callbackMode);
+            break;
+        }
+    }
+
+    void run()
+    {
+        int ops = 0;
+        while (!in.done() && ops < 400 && m.broken.isEmpty()) {
+            ++ops;
+            const uint8_t op = in.u8();
+            if (op >= 240) {
+                KXF_TRACE("pump\n");
+                pumpAndCheck(m);
+            } else if (op >= 224) {
+                // A burst from a host thread; the interface thread waits.
+                const int n = 1 + (op & 7);
+                std::vector<uint8_t> ops2;
+                for (int i = 0; i < n; ++i)
+                    ops2.push_back(in.u8());
+                std::thread t([&]() {
+                    for (uint8_t o : ops2)
+                        call(o, true);
+                });
+                t.join();
+            } else if (op >= 216) {
+                KXF_TRACE("%s\n", m.hLive ? "release" : "init");
+                // The meeting ends, or a new one starts.
+                if (m.hLive) {
+                    KXScreen_Release(m.h);
+                    m.hLive = false;
+                    m.released = m.h;
+                    for (void* p : m.live)
+                        m.dead.push_back(p);
+                    m.live.clear();
+                } else {
+                    m.h = KXScreen_Init(m.host, "", hostFunction);
+                    m.hLive = m.h != nullptr;
+                }
+            } else {
+                call(op, false);
+            }
+        }
+    }
+
+private:
+    Meeting& m;
+    Bytes& in;
+};
+
+} // namespace
+
+QString runOne(const uint8_t* data, size_t size)
+{
+    static QWidget* host = nullptr;
+    if (!host) {
+        host = new QWidget;
+        host->resize(960, 540);
+        // Shown, the tiles draw with OpenGL (and each input pays for the
+        // contexts); KX_FUZZ_HIDDEN=1 keeps the window hidden for speed.
+        if (qgetenv("KX_FUZZ_HIDDEN") != "1")
+            host->show();
+    }
+    Meeting m;
+    m.host = host;
+    m.fakePlay.pPlayData = &m.fakeRecord;
+    g_meeting = &m;
+    QKXScreenConfig::getInstance()->setCurScreenMode(1);
+    m.h = KXScreen_Init(host, "", hostFunction);
+    m.hLive = m.h != nullptr;
+    if (!m.hLive)
+        return QStringLiteral("KXScreen_Init failed");
+    KXScreen_MoveWindow(m.h, QRect(0, 0, 960, 540), KXSCREEN_MOVE_SHOW);
+    m.fakeScreen.pMainDlg = static_cast<KXScreenHandle*>(m.h)->pMainDlg;
+
+    Bytes in(data, size);
+    Player(m, in).run();
+    pumpAndCheck(m);
+    if (m.broken.isEmpty() && m.hLive) {
+        // Drained: the roster holds exactly the participants added and not removed.
+        QDlgScreen* s = static_cast<KXScreenHandle*>(m.h)->pMainDlg->GetDlgScreenPtr();
+        QSet<tagPersonInfo*> expected;
+        for (void* p : m.live)
+            expected.insert(static_cast<ST_KXPlayHdl*>(p)->pPlayData);
+        const QSet<tagPersonInfo*> actual(s->persons().begin(), s->persons().end());
+        if (expected != actual)
+            m.broken = QStringLiteral("roster holds %1 participants, %2 were added and not removed")
+                           .arg(actual.size())
+                           .arg(expected.size());
+    }
+    if (m.hLive)
+        KXScreen_Release(m.h);
+    QCoreApplication::sendPostedEvents();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QCoreApplication::processEvents();
+    if (m.broken.isEmpty()) {
+        for (void* p : m.live)
+            if (kxplatform::isReadable(p, sizeof(ST_KXPlayHdl)))
+                m.broken = QStringLiteral("a play handle outlived its gallery");
+        if (QKXScreenConfig::getInstance()->callbackCount() != 0)
+            m.broken = QStringLiteral("a host function outlived its gallery");
+    }
+    g_meeting = nullptr;
+    KXScreen_SetIsNewSkin(nullptr, false);
+    KXScreen_SetMeetingRoomMinimized(nullptr, false);
+    return m.broken;
+}
+
+} // namespace kxfuzz
