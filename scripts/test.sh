@@ -29,11 +29,11 @@ if [ "${KX_SKIP_SANITIZE:-0}" != "1" ]; then
   swrast=$(ls /usr/lib/*/dri/swrast_dri.so 2>/dev/null | head -n 1 || true)
   [ -n "$swrast" ] && preload="$swrast"
   # The long chaos run is for the release build; here the short one runs.
-  env -u KX_CHAOS_OPS LIBGL_ALWAYS_SOFTWARE=1 LD_PRELOAD="$preload" \
+  run_display env -u KX_CHAOS_OPS LIBGL_ALWAYS_SOFTWARE=1 LD_PRELOAD="$preload" \
     ASAN_OPTIONS=detect_leaks=1:abort_on_error=1:verify_asan_link_order=0 \
     LSAN_OPTIONS=suppressions="$PWD/tests/lsan.supp":print_suppressions=0 \
     UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
-    run_display ctest --test-dir build-asan --output-on-failure -j1
+    ctest --test-dir build-asan --output-on-failure -j1
 fi
 if [ "${KX_SKIP_FUZZ:-0}" != "1" ]; then
   # The fuzz target needs clang's libFuzzer: a build of its own, of that target only.
