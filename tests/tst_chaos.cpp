@@ -47,7 +47,7 @@ constexpr int kUiTurn = kHostThreads;   // the interface thread's number in the 
 constexpr int kRoundOps = 48;           // calls per host thread per round
 constexpr int kMaxW = 648;
 constexpr int kMaxH = 488;
-constexpr int kDefaultOps = 2400;
+constexpr int kDefaultOps = 4800;
 constexpr quint64 kDefaultSeed = 0x4b58'5343'4841'4f53ull; // "KXSCHAOS"
 
 // splitmix64: the same numbers on every platform and library.
