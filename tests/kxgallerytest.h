@@ -20,6 +20,16 @@
 
 namespace kxtest {
 
+inline QDlgScreen* controllerOf(void* h)
+{
+    return static_cast<KXScreenHandle*>(h)->pMainDlg->GetDlgScreenPtr();
+}
+
+inline tagPersonInfo* recordOf(void* hPlay)
+{
+    return static_cast<ST_KXPlayHdl*>(hPlay)->pPlayData;
+}
+
 enum Ctrl { PageNext = 0, StripNext, PagePre, StripPre, PageDown, PageUp, LeftShow, RightHide };
 
 struct Gallery

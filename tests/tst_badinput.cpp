@@ -5,6 +5,7 @@
 #include "kxscreenhandle.h"
 #include "kxscreeninternal.h"
 #include "kxscreenmod2.h"
+#include "kxgallerytest.h"
 #include "kxtesthelpers.h"
 #include "personinfo.h"
 #include "platform.h"
@@ -25,16 +26,6 @@
 using namespace kxtest;
 
 namespace {
-
-QDlgScreen* controllerOf(void* h)
-{
-    return static_cast<KXScreenHandle*>(h)->pMainDlg->GetDlgScreenPtr();
-}
-
-tagPersonInfo* recordOf(void* hPlay)
-{
-    return static_cast<ST_KXPlayHdl*>(hPlay)->pPlayData;
-}
 
 // Runs f on a thread of its own, as a host's media or signalling thread would.
 template <typename F> auto onHostThread(F f) -> decltype(f())

@@ -3,6 +3,7 @@
 #include "kxscreenhandle.h"
 #include "kxscreeninternal.h"
 #include "kxscreenmod2.h"
+#include "kxgallerytest.h"
 #include "kxtesthelpers.h"
 #include "cplaywidget.h"
 #include "personinfo.h"
@@ -19,16 +20,6 @@
 using namespace kxtest;
 
 namespace {
-
-QDlgScreen* controllerOf(void* h)
-{
-    return static_cast<KXScreenHandle*>(h)->pMainDlg->GetDlgScreenPtr();
-}
-
-tagPersonInfo* recordOf(void* hPlay)
-{
-    return static_cast<ST_KXPlayHdl*>(hPlay)->pPlayData;
-}
 
 // One per-participant export, called with a given play handle.
 typedef std::function<int(void* h, void* hPlay)> PersonCall;

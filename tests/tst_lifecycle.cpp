@@ -5,6 +5,7 @@
 #include "kxscreenhandle.h"
 #include "kxscreeninternal.h"
 #include "kxscreenmod2.h"
+#include "kxgallerytest.h"
 #include "kxtesthelpers.h"
 #include "personinfo.h"
 #include "platform.h"
@@ -35,16 +36,6 @@
 using namespace kxtest;
 
 namespace {
-
-QDlgScreen* controllerOf(void* h)
-{
-    return static_cast<KXScreenHandle*>(h)->pMainDlg->GetDlgScreenPtr();
-}
-
-tagPersonInfo* recordOf(void* hPlay)
-{
-    return static_cast<ST_KXPlayHdl*>(hPlay)->pPlayData;
-}
 
 qint64 residentBytes()
 {
