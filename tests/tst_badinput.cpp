@@ -27,6 +27,16 @@ using namespace kxtest;
 
 namespace {
 
+// A base directory whose settings turn the every-frame dump on, with the dump
+// directory in place.
+bool prepareDumpBase(const QString& base)
+{
+    if (!QDir().mkpath(base + QStringLiteral("/log/tmpFrame")) || !QDir().mkpath(base + QStringLiteral("/user_data")))
+        return false;
+    QFile ini(base + QStringLiteral("/user_data/sys_ver.ini"));
+    return ini.open(QIODevice::WriteOnly) && ini.write("[version]\ncache_frame1=true\n") > 0;
+}
+
 // Runs f on a thread of its own, as a host's media or signalling thread would.
 template <typename F> auto onHostThread(F f) -> decltype(f())
 {
@@ -800,13 +810,7 @@ void TstBadInput::dumpStaysInItsDirectory()
     QTemporaryDir root;
     QVERIFY(root.isValid());
     const QString base = root.path() + QLatin1Char('/') + baseName;
-    QVERIFY(QDir().mkpath(base + QStringLiteral("/log/tmpFrame")));
-    QVERIFY(QDir().mkpath(base + QStringLiteral("/user_data")));
-    {
-        QFile ini(base + QStringLiteral("/user_data/sys_ver.ini"));
-        QVERIFY(ini.open(QIODevice::WriteOnly));
-        ini.write("[version]\ncache_frame1=true\n");
-    }
+    QVERIFY(prepareDumpBase(base));
     QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
     const QString oldBase = cfg->baseDir();
     void* h = KXScreen_Init(m_host, base.toUtf8().constData(), recorder1);
@@ -841,13 +845,7 @@ void TstBadInput::dumpReadsOnlyThePicture()
     QTemporaryDir root;
     QVERIFY(root.isValid());
     const QString base = root.path();
-    QVERIFY(QDir().mkpath(base + QStringLiteral("/log/tmpFrame")));
-    QVERIFY(QDir().mkpath(base + QStringLiteral("/user_data")));
-    {
-        QFile ini(base + QStringLiteral("/user_data/sys_ver.ini"));
-        QVERIFY(ini.open(QIODevice::WriteOnly));
-        ini.write("[version]\ncache_frame1=true\n");
-    }
+    QVERIFY(prepareDumpBase(base));
     QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
     const QString oldBase = cfg->baseDir();
     void* h = KXScreen_Init(m_host, base.toUtf8().constData(), recorder1);
