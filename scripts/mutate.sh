@@ -1,0 +1,215 @@
+#!/usr/bin/env bash
+# Mutation check of the test suite: plants one small, realistic fault at a time
+# in a scratch copy of the sources, rebuilds, runs every test and reports
+# whether some test noticed (killed) or none did (survived).
+#
+#   scripts/mutate.sh              every mutant
+#   scripts/mutate.sh G02 R01      only these
+#   scripts/mutate.sh --list       the list, nothing built
+#
+# The scratch copy and its build live in build-mutate/ (the working tree is
+# never touched); results go to build-mutate/results.txt. A mutant whose text
+# is not found exactly once in its file is reported as stale: the list must
+# follow the code. Tests run as in CI (Xvfb when there is no display), fastest
+# failure first; a mutant that hangs the suite past KX_MUTATE_TIMEOUT seconds
+# (900) counts as killed.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+root=$PWD
+work=$root/build-mutate
+src=$work/src
+bld=$work/build
+results=$work/results.txt
+
+ids=() files=() froms=() tos=() whats=()
+# m ID FILE FROM TO WHAT: replace the one occurrence of FROM in FILE by TO.
+m() { ids+=("$1"); files+=("$2"); froms+=("$3"); tos+=("$4"); whats+=("$5"); }
+
+# --- module -----------------------------------------------------------------
+m M01 module/kxscreenwin32.cpp $'kxmodule::ensureAttached();\n    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();\n    QMutexLocker lock(&cfg->frameLock());' \
+      $'kxmodule::ensureAttached();\n    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();' \
+      "PlayFrame copies without the frame lock"
+m M02 module/kxscreenwin32.cpp 'h->addDelPlay(hPlay);' '' \
+      "a deleted play handle is not listed as released"
+m M03 module/qkxscreenconfig.cpp 'return isNewSkin() ? QStringLiteral("#FFFFFF") : QStringLiteral("#2A2E36");' \
+      'return isNewSkin() ? QStringLiteral("#2A2E36") : QStringLiteral("#FFFFFF");' \
+      "background colours of the two skins swapped"
+m M04 module/platform.cpp "QLatin1Char(';')" "QLatin1Char(',')" \
+      "scale-factor text separated by a comma"
+m M05 module/kxscreenwin32.cpp 'd <= 16.0' 'd <= 1600.0' \
+      "absurd display scale factors accepted"
+m M06 module/qkxscreenconfig.cpp $'if (bErase)\n        m_deletedPersonRegistry.erase(it);' '' \
+      "a reused record address stays listed as freed"
+m M07 module/cwin32uicallback.cpp 'm_pScreen->callback(dwMsg, wParam, lParam);' \
+      'm_pScreen->callback(dwMsg, lParam, wParam);' \
+      "host function receives wParam and lParam swapped"
+
+# --- render -----------------------------------------------------------------
+m R01 render/videoframe.cpp $'h = int(double(W) * (videoH + 1) / videoW);\n        if (h > H) {' \
+      $'h = int(double(W) * videoH / videoW);\n        if (h > H) {' \
+      "dropped + 1 in the letterbox numerator"
+m R02 render/videoframe.cpp 'if (H - h < 2)' 'if (H - h < 1)' \
+      "letterbox snap off by one"
+m R03 render/videoframe.cpp 'const qint64 A = width & ~7;' 'const qint64 A = width & ~3;' \
+      "rows cut to a multiple of 4 instead of 8"
+m R04 render/videoframe.cpp 'const qint64 need = 2 * width * height + 20480;' \
+      'const qint64 need = 2 * width * height;' \
+      "frame buffer without its reserve"
+m R05 render/cplaywidget.cpp 'if (dx > 5 || dy > 5)' 'if (dx > 50 || dy > 50)' \
+      "a drag still yields a click"
+m R06 render/cplaywidget.cpp $'0.0f, 1.0f,\n    1.0f, 1.0f,\n    0.0f, 0.0f,\n    1.0f, 0.0f,' \
+      $'0.0f, 0.0f,\n    1.0f, 0.0f,\n    0.0f, 1.0f,\n    1.0f, 1.0f,' \
+      "picture drawn upside down"
+m R07 render/cplaywidget.cpp 'if (!newPerson && wasShare && isValid())' 'if (false && wasShare && isValid())' \
+      "a detached share leaves its last picture up"
+
+# --- gallery ----------------------------------------------------------------
+m G01 gallery/layoutgeometry.cpp $'rc.setLeft(left);\n    rc.setRight(left + w);' \
+      $'rc.setLeft(left);\n    rc.setRight(left + w - 1);' \
+      "inclusive right edge off by one"
+m G02 gallery/pagingrules.cpp 'return (pageIdx + 1) * 6 < count;' 'return (pageIdx + 1) * 6 <= count;' \
+      "< for <= in the next-page test"
+m G03 gallery/pagingrules.cpp 'return mode == 8 ? 8 : 6;' 'return mode == 8 ? 6 : 8;' \
+      "6/8 page stride swapped"
+m G04 gallery/displayorder.cpp 'video.insert(focusMode && self >= 0 ? 1 : 0, host);' 'video.insert(0, host);' \
+      "host inserted before self in focus layouts"
+m G05 gallery/qdlgscreen_roster.cpp 'm_vecPerson.at(0)->bSelf ? 0 : 1' 'm_vecPerson.at(0)->bSelf ? 1 : 0' \
+      "newcomer placed on the wrong side of a lone participant"
+m G06 gallery/layoutgeometry.cpp $'if (w0 / 16 > h0 / 9)\n        out.setWidth' $'if (false)\n        out.setWidth' \
+      "missing 16:9 fit of wide rectangles"
+m G07 gallery/qdlgscreen_layout.cpp $'if (m_iVideoMuteTimerId)\n            killTimer(m_iVideoMuteTimerId);\n        m_iVideoMuteTimerId = startTimer(5000, Qt::CoarseTimer);' \
+      $'if (!m_iVideoMuteTimerId)\n            m_iVideoMuteTimerId = startTimer(5000, Qt::CoarseTimer);' \
+      "video-mute timer not restarted by a relayout"
+m G08 gallery/qdlgscreen_frame.cpp 'if (cfg->testDelPerson(p, false)) {
+        KXLOG << "xxxxx QDlgScreen::onPlayFrameUpdateUI' 'if (false) {
+        KXLOG << "xxxxx QDlgScreen::onPlayFrameUpdateUI' \
+      "skipped deleted-record check after a frame"
+m G09 gallery/qdlgscreen_focus.cpp 'cfg->notifyHost(16,' 'cfg->notifyHost(15,' \
+      "wrong message code for a cancelled lock-look"
+m G10 gallery/qdlgscreen_roster.cpp 'bPlay ? 18 : 17' 'bPlay ? 17 : 18' \
+      "video open and close messages swapped"
+m G11 gallery/qdlgscreen_focus.cpp 'w = 5;' 'w = 6;' \
+      "double click reports the speaker code in the grid"
+m G12 gallery/pagingrules.cpp 'if (pageIdx * 6 < n)' 'if (pageIdx * 6 <= n)' \
+      "emptied last page kept after a removal"
+m G13 gallery/pagingrules.cpp 'if (r.start >= focusIndex) {' 'if (r.start > focusIndex) {' \
+      "strip page range ignores a focus participant at its start"
+m G14 gallery/layoutgeometry.cpp 'const int left = slot == 7 ? big.right() + 2 * g' 'const int left = slot == 6 ? big.right() + 2 * g' \
+      "eight-cut bottom row: wrong tile under the right column"
+m G15 gallery/streampolicy.cpp 'if (remainder <= 2)' 'if (remainder <= 1)' \
+      "two-tile page asks for the ordinary stream"
+m G16 gallery/qdlgscreen_paging.cpp 'kPageTurnDebounceMs = 80;' 'kPageTurnDebounceMs = 0;' \
+      "page turns not debounced"
+m G17 gallery/layoutgeometry.cpp 'geo.stripX = rc.right() + 2 * g;' 'geo.stripX = rc.right() + g;' \
+      "right strip one pixel too close"
+m G18 gallery/layoutgeometry.cpp 'rc.setBottom(std::min(top + hh - g, big.bottom()));' 'rc.setBottom(top + hh - g);' \
+      "six-cut right column not snapped to the big tile"
+
+# --- overlay ----------------------------------------------------------------
+m O01 overlay/netweakloading.cpp 'kBudgetMs = 15000;' 'kBudgetMs = 12000;' \
+      "spinner gives up too early"
+m O02 overlay/netweakloading.cpp 'if (m_iAngle > 360)' 'if (m_iAngle >= 360)' \
+      "spinner angle sequence loses its upright step"
+m O03 overlay/qdlgplayinfo.cpp '(quint32(global.x()) << 16)' '(quint32(global.x()) << 15)' \
+      "click position packed wrongly for the more menu"
+m O04 overlay/playinfolayout.cpp 'qBound(11, qRound(base / 24.0), 18)' 'qBound(8, qRound(base / 24.0), 18)' \
+      "names on small tiles drawn too small to read"
+m O05 overlay/qdlgplayinfo.cpp $'if (m_bNoVideo == bNoVideo && !bForce)\n        return;' '' \
+      "overlay repaints on every video frame"
+
+# --- windows ----------------------------------------------------------------
+m W01 windows/qdlgpopupscreen.cpp 'title->setGeometry(QRect(0, 0, 240, 44));' 'title->setGeometry(QRect(0, 0, 240, 40));' \
+      "popup title strip too short"
+m W02 windows/qdlgpopupscreen.cpp $'? QStringLiteral("#FFFFFF")\n                                  : QStringLiteral("#2A2E36");' \
+      $'? QStringLiteral("#2A2E36")\n                                  : QStringLiteral("#FFFFFF");' \
+      "popup colours of the two skins swapped"
+
+# --- include ----------------------------------------------------------------
+m I01 include/kxscreenmod2.h 'KXSCREEN_MSG_REMOTE_VIDEO_CLOSE  = 17' 'KXSCREEN_MSG_REMOTE_VIDEO_CLOSE  = 27' \
+      "public header gives the wrong code for stopping video"
+m I02 include/kxscreenmod2.h 'KXSCREEN_MOVE_SHOW = 0, KXSCREEN_MOVE_HIDE = 1,' 'KXSCREEN_MOVE_SHOW = 1, KXSCREEN_MOVE_HIDE = 0,' \
+      "public header swaps the show and hide flags of MoveWindow"
+
+# --- host -------------------------------------------------------------------
+m H01 host/main.cpp 'case KXSCREEN_STREAM_LARGE: return QSize(1280, 720);' 'case KXSCREEN_STREAM_LARGE: return QSize(640, 360);' \
+      "host sends the ordinary stream when the large one is asked for"
+m H02 host/main.cpp 'p->pulled = false; // nobody sees it' 'p->pulled = true; // nobody sees it' \
+      "host keeps pulling video the gallery stopped"
+
+# ---------------------------------------------------------------------------
+
+if [ "${1:-}" = "--list" ]; then
+  for i in "${!ids[@]}"; do printf '%s  %-30s %s\n' "${ids[$i]}" "${files[$i]}" "${whats[$i]}"; done
+  echo "${#ids[@]} mutants"
+  exit 0
+fi
+
+selected=("$@")
+wanted() {
+  [ ${#selected[@]} -eq 0 ] && return 0
+  local s
+  for s in "${selected[@]}"; do [ "$s" = "$1" ] && return 0; done
+  return 1
+}
+
+run_display() {
+  if [ -n "${DISPLAY:-}" ]; then "$@"; else xvfb-run -a -s "-screen 0 1920x1080x24" "$@"; fi
+}
+
+# Occurrences of FROM in FILE (literal text).
+count_in() { FROM=$2 perl -0ne '$n = () = /\Q$ENV{FROM}\E/g; print $n' "$1"; }
+# Replaces the one occurrence of FROM by TO in FILE.
+replace_in() { FROM=$2 TO=$3 perl -0pi -e 's/\Q$ENV{FROM}\E/$ENV{TO}/' "$1"; }
+
+echo "== copying the sources to $src"
+rm -rf "$src"
+mkdir -p "$src" "$bld"
+git ls-files -co --exclude-standard | grep -v '^build' | tar -cf - -T - | tar -xf - -C "$src"
+
+echo "== building the unmutated copy"
+cmake -S "$src" -B "$bld" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKX_BUILD_BENCH=OFF >/dev/null
+cmake --build "$bld" >/dev/null
+limit=${KX_MUTATE_TIMEOUT:-900}
+suite() { timeout "$limit" bash -c "$(declare -f run_display); run_display ctest --test-dir '$bld' -j1 --stop-on-failure" 2>&1; }
+if ! out=$(suite); then
+  echo "$out" | tail -n 30
+  echo "the unmutated suite fails: fix that first" >&2
+  exit 1
+fi
+
+: >"$results"
+killed=0 survived=0 stale=0 unbuilt=0 total=0
+for i in "${!ids[@]}"; do
+  id=${ids[$i]} file=${files[$i]}
+  wanted "$id" || continue
+  total=$((total + 1))
+  target=$src/$file
+  n=$(count_in "$target" "${froms[$i]}")
+  if [ "$n" != "1" ]; then
+    line="$id stale     $file: the text occurs $n times -- ${whats[$i]}"
+    stale=$((stale + 1))
+  else
+    cp "$target" "$work/original"
+    replace_in "$target" "${froms[$i]}" "${tos[$i]}"
+    if ! cmake --build "$bld" >"$work/build.log" 2>&1; then
+      line="$id unbuilt   $file -- ${whats[$i]}"
+      unbuilt=$((unbuilt + 1))
+    elif out=$(suite); then
+      line="$id SURVIVED  $file -- ${whats[$i]}"
+      survived=$((survived + 1))
+    else
+      by=$(echo "$out" | grep -m1 -oE '(Failed|Timeout|Exception|Not Run).*' | head -n 1)
+      test=$(echo "$out" | grep -m1 -E '\*\*\*(Failed|Timeout|Exception)|Failed +[0-9.]+ sec|Timeout' | grep -oE 'tst_[a-z0-9_]+|exported_symbols' | head -n 1)
+      line="$id killed    $file by ${test:-the suite} -- ${whats[$i]}"
+      [ -z "$test" ] && line="$line ($by)"
+      killed=$((killed + 1))
+    fi
+    cp "$work/original" "$target"
+  fi
+  echo "$line" | tee -a "$results"
+done
+# Leave the copy unmutated and built.
+cmake --build "$bld" >/dev/null 2>&1 || true
+summary="killed $killed of $total (survived $survived, stale $stale, unbuilt $unbuilt)"
+echo "$summary" | tee -a "$results"
+[ "$stale" -eq 0 ] && [ "$unbuilt" -eq 0 ]
