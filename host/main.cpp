@@ -198,7 +198,7 @@ public:
         if (m_opt.scenario)
             runScript(QString::fromLatin1(kScenario), kScenarioPeriod);
         if (!m_opt.screenshot.isEmpty())
-            QTimer::singleShot(int(m_opt.after * 1000), this, &HostWindow::finishHeadless);
+            QTimer::singleShot(int(m_opt.after * 1000), Qt::PreciseTimer, this, &HostWindow::finishHeadless);
         if (m_opt.control)
             startControlReader();
     }
@@ -435,10 +435,12 @@ private:
                 continue;
             }
             const QString cmd = item.mid(colon + 1).trimmed();
-            QTimer::singleShot(int(at.mid(2).toDouble() * 1000), this, [this, cmd]() { command(cmd); });
+            // Precise: coarse timers may swap items a second apart (5 % of their interval).
+            QTimer::singleShot(int(at.mid(2).toDouble() * 1000), Qt::PreciseTimer, this, [this, cmd]() { command(cmd); });
         }
         if (period > 0)
-            QTimer::singleShot(int(period * 1000), this, [this, script, period]() { runScript(script, period); });
+            QTimer::singleShot(int(period * 1000), Qt::PreciseTimer, this,
+                               [this, script, period]() { runScript(script, period); });
     }
 
     // --control: one command per line on standard input.
