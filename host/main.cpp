@@ -9,15 +9,17 @@
 //                                KXScreen_MoveWindow on every resize
 //   3. HostWindow::joinMeeting   participants in (meeting.cpp), then
 //                                KXScreen_JoinMeetingFinish
-//   4. onGalleryMessage          the one callback: stream types 2/3/4 set
-//                                the size our media engine sends, 17/18 stop
-//                                and resume a participant's video
-//   5. mediaengine.cpp           a thread per participant with video calling
-//                                KXScreen_PlayFrame 30 times a second
+//   4. onGalleryMessage          the one callback: stream types 2/3/4 choose
+//                                the layer of a participant's video we
+//                                receive, 17/18 stop and resume receiving it
+//   5. mediaengine.cpp           a thread per participant with video: it
+//                                decodes that layer (clipdecoder.cpp) and
+//                                calls KXScreen_PlayFrame with each picture
 //   6. HostWindow::closeGallery  media threads end before KXScreen_Release
 //
-// Everything else (menus, the side panel, scripts, the headless summary) is
-// there to drive and watch the gallery.
+// Everything else (menus, the side panel, scripts, the headless summary, the
+// clips of cliplibrary.cpp) is there to drive and watch the gallery.
+#include "cliplibrary.h"
 #include "kxapi.h"
 #include "mediaengine.h"
 #include "meeting.h"
@@ -64,6 +66,8 @@ struct Options
     bool scenario = false;
     bool showResolution = false;
     bool control = false;
+    bool synthetic = false; // painted pictures instead of encoded video
+    QString clips;          // where the participants' clips are kept
     QString script;
     QString screenshot;
     double after = 8;
@@ -82,13 +86,14 @@ const char* const kScenario =
     "t=23:speak #5 70;t=25:remove;t=26:mode 6;t=31:page next;t=34:mode 1";
 const double kScenarioPeriod = 38;
 
-// What a stream type means in pixels for this host's simulated network.
-QSize frameSizeFor(unsigned int streamType)
+// Which layer of a participant's video a stream type subscribes to: every
+// participant sends three (small, ordinary, large), as a simulcast sender does.
+int layerFor(unsigned int streamType)
 {
     switch (streamType) {
-    case KXSCREEN_STREAM_LARGE: return QSize(1280, 720);
-    case KXSCREEN_STREAM_NORMAL: return QSize(640, 360);
-    default: return QSize(320, 180);
+    case KXSCREEN_STREAM_LARGE: return 2;
+    case KXSCREEN_STREAM_NORMAL: return 1;
+    default: return 0;
     }
 }
 
@@ -122,7 +127,8 @@ public:
     HostWindow(const KxApi& api, const Options& opt)
         : m_api(api)
         , m_opt(opt)
-        , m_media(api)
+        , m_clips(opt.clips)
+        , m_media(api, opt.synthetic ? nullptr : &m_clips)
         , m_meeting(api, m_media)
         , m_light(opt.lightSkin)
     {
@@ -165,6 +171,25 @@ public:
         closeGallery();
     }
 
+    // The video of everyone who has joined with a camera, encoded before the
+    // meeting starts if this is the first run (anyone later gets theirs when
+    // their video starts).
+    bool prepareMedia()
+    {
+        if (m_opt.synthetic)
+            return true;
+        QVector<ClipRequest> wanted;
+        for (const Participant* p : m_meeting.present())
+            if (p->video && !p->unjoined)
+                wanted.append(clipRequest(*p));
+        QString error;
+        if (!m_clips.prepare(wanted, &error)) {
+            std::fprintf(stderr, "kxhost: cannot make the participants' video: %s\n", qPrintable(error));
+            return false;
+        }
+        return true;
+    }
+
     // Creates the gallery inside m_area. The skin is read when the gallery is
     // made, so it is set first.
     bool openGallery()
@@ -198,7 +223,7 @@ public:
         if (m_opt.scenario)
             runScript(QString::fromLatin1(kScenario), kScenarioPeriod);
         if (!m_opt.screenshot.isEmpty())
-            QTimer::singleShot(int(m_opt.after * 1000), this, &HostWindow::finishHeadless);
+            QTimer::singleShot(int(m_opt.after * 1000), Qt::PreciseTimer, this, &HostWindow::finishHeadless);
         if (m_opt.control)
             startControlReader();
     }
@@ -227,7 +252,7 @@ public:
         case KXSCREEN_MSG_STREAM_LARGE:
             if (p) {
                 p->streamType = int(msg);
-                p->setFrameSize(frameSizeFor(msg)); // the media thread picks it up at its next frame
+                p->wantedLayer = layerFor(msg); // the media thread switches at that layer's next key frame
             }
             break;
         case KXSCREEN_MSG_REMOTE_VIDEO_CLOSE:
@@ -435,10 +460,12 @@ private:
                 continue;
             }
             const QString cmd = item.mid(colon + 1).trimmed();
-            QTimer::singleShot(int(at.mid(2).toDouble() * 1000), this, [this, cmd]() { command(cmd); });
+            // Precise: coarse timers may swap items a second apart (5 % of their interval).
+            QTimer::singleShot(int(at.mid(2).toDouble() * 1000), Qt::PreciseTimer, this, [this, cmd]() { command(cmd); });
         }
         if (period > 0)
-            QTimer::singleShot(int(period * 1000), this, [this, script, period]() { runScript(script, period); });
+            QTimer::singleShot(int(period * 1000), Qt::PreciseTimer, this,
+                               [this, script, period]() { runScript(script, period); });
     }
 
     // --control: one command per line on standard input.
@@ -496,6 +523,7 @@ private:
 
     const KxApi& m_api;
     Options m_opt;
+    ClipLibrary m_clips;
     MediaEngine m_media;
     Meeting m_meeting;
     HostCounters m_counters;
@@ -549,8 +577,13 @@ bool parseOptions(const QApplication& app, Options* o)
                                  QStringLiteral("The gallery prints each tile's video resolution."));
     const QCommandLineOption library(QStringLiteral("library"), QStringLiteral("The module to load."),
                                      QStringLiteral("PATH"), o->library);
+    const QCommandLineOption synthetic(QStringLiteral("synthetic"),
+                                       QStringLiteral("Painted pictures instead of encoded video (no codec needed)."));
+    const QCommandLineOption clips(QStringLiteral("clips"),
+                                   QStringLiteral("Where the participants' clips are made and kept."),
+                                   QStringLiteral("DIR"), QCoreApplication::applicationDirPath() + QStringLiteral("/clips"));
     p.addOptions({participants, mode, skin, share, allVideo, scenario, script, control, screenshot, after, summary,
-                  size, res, library});
+                  size, res, library, synthetic, clips});
     p.process(app);
     o->participants = qBound(1, p.value(participants).toInt(), 200);
     o->mode = p.value(mode).toInt();
@@ -565,6 +598,8 @@ bool parseOptions(const QApplication& app, Options* o)
     o->summaryJson = p.value(summary);
     o->showResolution = p.isSet(res);
     o->library = p.value(library);
+    o->synthetic = p.isSet(synthetic);
+    o->clips = p.value(clips);
     const QStringList wh = p.value(size).split(QLatin1Char('x'));
     if (wh.size() == 2 && wh.at(0).toInt() > 200 && wh.at(1).toInt() > 200)
         o->size = QSize(wh.at(0).toInt(), wh.at(1).toInt());
@@ -589,6 +624,8 @@ int main(int argc, char** argv)
     }
 
     HostWindow window(api, opt);
+    if (!window.prepareMedia())
+        return 2;
     window.show();
     if (!window.openGallery())
         return 1;

@@ -1,6 +1,7 @@
-// The host's media engine: one thread per participant with video, producing
-// 30 I420 pictures a second at the size the gallery asked for and handing
-// them to KXScreen_PlayFrame.
+// The host's media engine: one thread per participant with video. It receives
+// the layer of the participant's video the gallery asked for, decodes it and
+// hands each picture to KXScreen_PlayFrame; with --synthetic it paints the
+// pictures instead.
 #ifndef KXHOST_MEDIAENGINE_H
 #define KXHOST_MEDIAENGINE_H
 
@@ -9,12 +10,14 @@
 #include <map>
 #include <memory>
 
+class ClipLibrary;
 struct Participant;
 
 class MediaEngine
 {
 public:
-    explicit MediaEngine(const KxApi& api);
+    // Without a clip library the pictures are synthetic.
+    MediaEngine(const KxApi& api, const ClipLibrary* clips);
     ~MediaEngine();
 
     // Starts the participant's thread; it delivers to the gallery `screen`.
@@ -27,7 +30,10 @@ public:
 
 private:
     struct Worker;
+    void run(Worker* w, Participant* p, void* screen, void* hPlay) const;
+
     const KxApi& m_api;
+    const ClipLibrary* m_clips;
     std::map<Participant*, std::unique_ptr<Worker>> m_workers;
 };
 

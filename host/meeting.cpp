@@ -38,6 +38,15 @@ QImage avatarImage(const QString& name, const QColor& colour)
     return img;
 }
 
+ClipRequest clipRequest(const Participant& p)
+{
+    ClipRequest r;
+    r.title = p.share ? QStringLiteral("%1's screen").arg(p.name) : p.name;
+    r.colour = p.colour;
+    r.shape = p.camera;
+    return r;
+}
+
 Meeting::Meeting(const KxApi& api, MediaEngine& media)
     : m_api(api)
     , m_media(media)
@@ -53,6 +62,8 @@ Participant* Meeting::create(const QString& name, bool video)
     // Twelve hues 30 degrees apart, neighbours far apart; then again, shifted.
     p->colour = QColor::fromHsv((i * 210 + (i / 12) * 15) % 360, 150, 170);
     p->joinTime = 1700000000 + i; // the order people joined in
+    // One joins from a phone held upright, one has a camera of an unusual size.
+    p->camera = i == 5 ? CameraShape::Portrait : i == 7 ? CameraShape::OddSize : CameraShape::Landscape;
     p->video = video;
     m_all.push_back(std::move(p));
     return m_all.back().get();
@@ -91,7 +102,7 @@ void Meeting::enter(Participant* p)
     QByteArray name = p->name.toUtf8();
     p->streamType = 0;
     p->pulled = true;
-    p->setFrameSize(QSize(640, 360)); // until the gallery asks for a stream type
+    p->wantedLayer = 1; // the ordinary stream until the gallery asks for one
     // pUserData is our own participant: every notification hands it back.
     p->hPlay = m_api.AddPerson(m_screen, id.data(), extra.data(), name.data(), p->joinTime, 0, p,
                                p->unjoined ? 1 : 0);
@@ -188,6 +199,7 @@ void Meeting::startShare(Participant* sharer)
     // A share is a participant of its own, with a "sharescreen_" user ID.
     Participant* s = create(sharer->name, true);
     s->share = true;
+    s->camera = CameraShape::Screen;
     s->colour = sharer->colour;
     s->userId = "sharescreen_" + sharer->userId;
     s->joinTime = sharer->joinTime;

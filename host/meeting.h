@@ -3,6 +3,7 @@
 #ifndef KXHOST_MEETING_H
 #define KXHOST_MEETING_H
 
+#include "cliplibrary.h"
 #include "kxapi.h"
 
 #include <QByteArray>
@@ -12,6 +13,7 @@
 #include <QVector>
 #include <atomic>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 class MediaEngine;
@@ -26,6 +28,7 @@ struct Participant
     bool self = false;  // the local user
     bool unjoined = false;
     bool share = false;
+    CameraShape camera = CameraShape::Landscape;
     qint64 joinTime = 0;
 
     // What the host knows; interface thread only.
@@ -42,18 +45,35 @@ struct Participant
     qint64 lastOpenMs = -1;
 
     // Shared with the participant's media thread.
-    std::atomic<int> width{640};
-    std::atomic<int> height{360};
-    std::atomic<bool> pulled{true}; // false between a message 17 and the next 18
+    std::atomic<int> wantedLayer{1};   // 0 small, 1 ordinary, 2 large: the stream type asked for
+    std::atomic<bool> pulled{true};    // false between a message 17 and the next 18
+    std::atomic<int> layer{-1};        // the layer being received; -1 while none
+    std::atomic<int> width{0};         // the last picture a tile took
+    std::atomic<int> height{0};
     std::atomic<quint64> delivered{0}; // frames a tile took
     std::atomic<quint64> refused{0};   // frames the gallery had no tile for
+    std::atomic<quint64> decoded{0};   // pictures decoded (or painted, with --synthetic)
+    std::atomic<quint64> bytesReceived{0}; // encoded bytes of the layer received
+    // Over the last two seconds (one loop of the clip). The local user's own
+    // picture stands for a camera: it is not received and not counted.
+    std::atomic<double> bytesPerSecond{0};
+    std::atomic<double> pixelsPerSecond{0};
 
-    void setFrameSize(QSize s)
+    // The layers of the participant's video, once its media thread has opened them.
+    void setLayers(const QVector<ClipLayer>& l)
     {
-        width = s.width();
-        height = s.height();
+        std::lock_guard<std::mutex> guard(m_layersLock);
+        m_layers = l;
     }
-    QSize frameSize() const { return QSize(width, height); }
+    QVector<ClipLayer> layers() const
+    {
+        std::lock_guard<std::mutex> guard(m_layersLock);
+        return m_layers;
+    }
+
+private:
+    mutable std::mutex m_layersLock;
+    QVector<ClipLayer> m_layers;
 };
 
 class Meeting
@@ -103,5 +123,7 @@ private:
 
 // A round picture with the participant's initial, shown while video is off.
 QImage avatarImage(const QString& name, const QColor& colour);
+// What the participant's video looks like: title, colour, shape.
+ClipRequest clipRequest(const Participant& p);
 
 #endif

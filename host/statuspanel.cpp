@@ -45,6 +45,51 @@ QString streamTypeText(int type)
     }
 }
 
+// The traffic of one participant: what it costs us now, and what it would
+// cost a client that pulls everyone's large stream all the time.
+struct Traffic
+{
+    double bytes = 0;
+    double pixels = 0;
+    double naiveBytes = 0;
+    double naivePixels = 0;
+
+    explicit Traffic(const Participant* p = nullptr)
+    {
+        if (!p)
+            return;
+        bytes = p->bytesPerSecond;
+        pixels = p->pixelsPerSecond;
+        const QVector<ClipLayer> layers = p->layers();
+        if (p->self || !p->video || p->unjoined || layers.isEmpty())
+            return;
+        naiveBytes = layers.last().bytesPerSecond;
+        naivePixels = double(layers.last().width) * layers.last().height * layers.last().fps;
+    }
+    void add(const Traffic& t)
+    {
+        bytes += t.bytes;
+        pixels += t.pixels;
+        naiveBytes += t.naiveBytes;
+        naivePixels += t.naivePixels;
+    }
+};
+
+QString kBps(double bytes)
+{
+    return QStringLiteral("%1 kB/s").arg(bytes / 1000, 0, 'f', 1);
+}
+
+QString Mpxps(double pixels)
+{
+    return QStringLiteral("%1 Mpx/s").arg(pixels / 1e6, 0, 'f', 2);
+}
+
+double ratio(double naive, double actual)
+{
+    return actual > 0 ? naive / actual : 0;
+}
+
 QString kindText(const Participant* p)
 {
     if (p->share)
@@ -71,7 +116,7 @@ StatusPanel::StatusPanel(const Meeting& meeting, const HostCounters& counters, Q
 {
     m_table->setRootIsDecorated(false);
     m_table->setAlternatingRowColors(true);
-    m_table->setHeaderLabels({tr("Participant"), tr("Mic"), tr("Asked"), tr("Video sent"), tr("Frames")});
+    m_table->setHeaderLabels({tr("Participant"), tr("Mic"), tr("Asked"), tr("Receiving"), tr("kB/s"), tr("Frames")});
     m_table->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
     m_table->header()->setStretchLastSection(true);
     m_totals->setWordWrap(true);
@@ -98,6 +143,7 @@ void StatusPanel::refresh()
         delete m_table->takeTopLevelItem(m_table->topLevelItemCount() - 1);
     quint64 delivered = 0;
     quint64 refused = 0;
+    Traffic total;
     for (int i = 0; i < people.size(); ++i) {
         const Participant* p = people.at(i);
         QTreeWidgetItem* item = m_table->topLevelItem(i);
@@ -111,20 +157,30 @@ void StatusPanel::refresh()
                          : p->muted            ? tr("muted")
                                                : tr("open"));
         item->setText(2, p->share ? QString() : streamTypeText(p->streamType));
-        // What the media engine sends: the size it was asked for, or nothing
+        // What the media engine receives: the layer it decodes, or nothing
         // while the gallery does not want the video (message 17).
+        const Traffic t(p);
+        const ClipLayer layer = p->layers().value(p->layer);
         item->setText(3, p->unjoined ? QString()
                          : !p->video ? tr("camera off")
                          : !p->pulled ? tr("stopped (17)")
-                                      : QStringLiteral("%1\u00d7%2").arg(p->width).arg(p->height));
-        item->setText(4, p->video ? QString::number(p->delivered) : QString());
+                         : p->layer < 0 ? tr("waiting for a key frame")
+                                        : QStringLiteral("%1\u00d7%2").arg(layer.width).arg(layer.height));
+        item->setText(4, p->video && !p->self ? QString::number(t.bytes / 1000, 'f', 1) : QString());
+        item->setText(5, p->video ? QString::number(p->delivered) : QString());
         delivered += p->delivered;
         refused += p->refused;
+        total.add(t);
     }
     QString msgs;
     for (auto it = m_counters.messages.cbegin(); it != m_counters.messages.cend(); ++it)
         msgs += QStringLiteral("%1 <i>%2</i>: %3<br>").arg(it.key()).arg(messageName(it.key())).arg(it.value());
-    m_totals->setText(tr("<b>Frames</b> shown %1, refused %2<br><b>Messages received</b><br>%3")
+    m_totals->setText(tr("<b>Received</b> %1, %2 decoded<br><b>Pulling every large stream</b> %3, %4<br>"
+                         "<b>Saved</b> %5\u00d7 the bytes, %6\u00d7 the pixels<br>"
+                         "<b>Frames</b> shown %7, refused %8<br><b>Messages received</b><br>%9")
+                          .arg(kBps(total.bytes), Mpxps(total.pixels), kBps(total.naiveBytes), Mpxps(total.naivePixels))
+                          .arg(ratio(total.naiveBytes, total.bytes), 0, 'f', 1)
+                          .arg(ratio(total.naivePixels, total.pixels), 0, 'f', 1)
                           .arg(delivered)
                           .arg(refused)
                           .arg(msgs.isEmpty() ? tr("none yet") : msgs));
@@ -142,6 +198,7 @@ QJsonObject hostReport(const Meeting& meeting, const HostCounters& counters, int
     int invited = 0;
     quint64 delivered = 0;
     quint64 refused = 0;
+    Traffic total;
     QJsonArray people;
     for (const Participant* p : meeting.present()) {
         joined += p->share || p->unjoined ? 0 : 1;
@@ -162,8 +219,24 @@ QJsonObject hostReport(const Meeting& meeting, const HostCounters& counters, int
         o[QStringLiteral("pulled")] = bool(p->pulled);
         o[QStringLiteral("width")] = int(p->width);
         o[QStringLiteral("height")] = int(p->height);
+        o[QStringLiteral("layer")] = int(p->layer);
+        QJsonArray layers;
+        for (const ClipLayer& l : p->layers())
+            layers.append(QJsonObject{{QStringLiteral("width"), l.width},
+                                      {QStringLiteral("height"), l.height},
+                                      {QStringLiteral("fps"), l.fps},
+                                      {QStringLiteral("bytesPerSecond"), l.bytesPerSecond}});
+        o[QStringLiteral("layers")] = layers;
         o[QStringLiteral("delivered")] = double(p->delivered);
         o[QStringLiteral("refused")] = double(p->refused);
+        o[QStringLiteral("decoded")] = double(p->decoded);
+        o[QStringLiteral("bytesReceived")] = double(p->bytesReceived);
+        const Traffic t(p);
+        total.add(t);
+        o[QStringLiteral("bytesPerSecond")] = t.bytes;
+        o[QStringLiteral("pixelsPerSecond")] = t.pixels;
+        o[QStringLiteral("naiveBytesPerSecond")] = t.naiveBytes;
+        o[QStringLiteral("naivePixelsPerSecond")] = t.naivePixels;
         o[QStringLiteral("videoCloses")] = p->videoCloses;
         o[QStringLiteral("videoOpens")] = p->videoOpens;
         o[QStringLiteral("lastCloseMs")] = double(p->lastCloseMs);
@@ -181,6 +254,14 @@ QJsonObject hostReport(const Meeting& meeting, const HostCounters& counters, int
         msgs[QString::number(it.key())] = it.value();
     r[QStringLiteral("messages")] = msgs;
     r[QStringLiteral("people")] = people;
+    // What the gallery's choice of streams saves: received now against a
+    // client that pulls every participant's large stream all the time.
+    r[QStringLiteral("traffic")] = QJsonObject{{QStringLiteral("bytesPerSecond"), total.bytes},
+                                               {QStringLiteral("pixelsPerSecond"), total.pixels},
+                                               {QStringLiteral("naiveBytesPerSecond"), total.naiveBytes},
+                                               {QStringLiteral("naivePixelsPerSecond"), total.naivePixels},
+                                               {QStringLiteral("bytesSaving"), ratio(total.naiveBytes, total.bytes)},
+                                               {QStringLiteral("pixelsSaving"), ratio(total.naivePixels, total.pixels)}};
 
     // Where the gallery's video tiles are on screen, in the window's
     // coordinates, read from the widget tree (diagnostics only: a host has no
@@ -202,6 +283,7 @@ QJsonObject hostReport(const Meeting& meeting, const HostCounters& counters, int
 
 QString summaryText(const QJsonObject& r)
 {
+    auto num = [](const QJsonObject& o, const char* key) { return o.value(QLatin1String(key)).toDouble(); };
     QString s;
     s += QStringLiteral("participants: %1 joined (%2 with video), %3 invited%4\n")
              .arg(r.value(QStringLiteral("participants")).toInt())
@@ -212,25 +294,37 @@ QString summaryText(const QJsonObject& r)
              .arg(r.value(QStringLiteral("mode")).toInt())
              .arg(r.value(QStringLiteral("tiles")).toArray().size());
     s += QStringLiteral("frames delivered: %1, refused: %2\n")
-             .arg(qint64(r.value(QStringLiteral("framesDelivered")).toDouble()))
-             .arg(qint64(r.value(QStringLiteral("framesRefused")).toDouble()));
+             .arg(qint64(num(r, "framesDelivered")))
+             .arg(qint64(num(r, "framesRefused")));
     s += QStringLiteral("messages received:");
     const QJsonObject msgs = r.value(QStringLiteral("messages")).toObject();
     for (auto it = msgs.begin(); it != msgs.end(); ++it)
         s += QStringLiteral(" %1(%2)=%3").arg(it.key(), messageName(it.key().toUInt())).arg(it.value().toInt());
     s += QLatin1Char('\n');
+    const QJsonObject t = r.value(QStringLiteral("traffic")).toObject();
+    s += QStringLiteral("video received: %1, %2 decoded; pulling every large stream: %3, %4\n"
+                        "saved by the gallery's choice of streams: %5x the bytes, %6x the pixels\n")
+             .arg(kBps(num(t, "bytesPerSecond")), Mpxps(num(t, "pixelsPerSecond")),
+                  kBps(num(t, "naiveBytesPerSecond")), Mpxps(num(t, "naivePixelsPerSecond")))
+             .arg(num(t, "bytesSaving"), 0, 'f', 1)
+             .arg(num(t, "pixelsSaving"), 0, 'f', 1);
     for (const QJsonValue& v : r.value(QStringLiteral("people")).toArray()) {
         const QJsonObject o = v.toObject();
         if (!o.value(QStringLiteral("video")).toBool())
             continue;
-        s += QStringLiteral("  %1: asked %2, %3x%4, %5 frames%6\n")
+        const int asked = o.value(QStringLiteral("streamType")).toInt();
+        const QJsonObject layer = o.value(QStringLiteral("layers")).toArray().at(o.value(QStringLiteral("layer")).toInt()).toObject();
+        s += QStringLiteral("  %1: asked %2, %3 %4, %5 frames shown, %6, %7 (every large stream: %8, %9)%10\n")
                  .arg(o.value(QStringLiteral("name")).toString() +
                           (o.value(QStringLiteral("share")).toBool() ? QStringLiteral(" (screen)") : QString()))
-                 .arg(o.value(QStringLiteral("streamType")).toInt() ? QString::number(o.value(QStringLiteral("streamType")).toInt())
-                                                                        : QStringLiteral("-"))
-                 .arg(o.value(QStringLiteral("width")).toInt())
-                 .arg(o.value(QStringLiteral("height")).toInt())
-                 .arg(qint64(o.value(QStringLiteral("delivered")).toDouble()))
+                 .arg(asked ? QString::number(asked) : QStringLiteral("-"))
+                 .arg(o.value(QStringLiteral("self")).toBool() ? QStringLiteral("camera") : QStringLiteral("receiving"))
+                 .arg(layer.isEmpty() ? QStringLiteral("nothing")
+                                      : QStringLiteral("%1x%2").arg(layer.value(QStringLiteral("width")).toInt())
+                                                                .arg(layer.value(QStringLiteral("height")).toInt()))
+                 .arg(qint64(num(o, "delivered")))
+                 .arg(kBps(num(o, "bytesPerSecond")), Mpxps(num(o, "pixelsPerSecond")),
+                      kBps(num(o, "naiveBytesPerSecond")), Mpxps(num(o, "naivePixelsPerSecond")))
                  .arg(o.value(QStringLiteral("pulled")).toBool() ? QString() : QStringLiteral(", stopped"));
     }
     return s;

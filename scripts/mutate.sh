@@ -132,8 +132,8 @@ m I02 include/kxscreenmod2.h 'KXSCREEN_MOVE_SHOW = 0, KXSCREEN_MOVE_HIDE = 1,' '
       "public header swaps the show and hide flags of MoveWindow"
 
 # --- host -------------------------------------------------------------------
-m H01 host/main.cpp 'case KXSCREEN_STREAM_LARGE: return QSize(1280, 720);' 'case KXSCREEN_STREAM_LARGE: return QSize(640, 360);' \
-      "host sends the ordinary stream when the large one is asked for"
+m H01 host/main.cpp 'case KXSCREEN_STREAM_LARGE: return 2;' 'case KXSCREEN_STREAM_LARGE: return 1;' \
+      "host receives the ordinary stream when the large one is asked for"
 m H02 host/main.cpp 'p->pulled = false; // nobody sees it' 'p->pulled = true; // nobody sees it' \
       "host keeps pulling video the gallery stopped"
 

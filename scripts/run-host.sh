@@ -1,9 +1,13 @@
 #!/usr/bin/env bash
-# Builds the module and the reference host, then runs a simulated meeting.
-# With a display the meeting opens in a window (the status line lists the
-# keys). Without one it runs under Xvfb for eight seconds, saves the window to
-# kxhost.png and prints a summary. Arguments go to the host:
+# Builds the module and the reference host, then runs a simulated meeting in
+# which every participant sends real encoded video (the first run encodes the
+# clips into build/host/clips, a few seconds). With a display the meeting
+# opens in a window (the status line lists the keys). Without one it runs
+# under Xvfb for eight seconds, saves the window to kxhost.png and prints a
+# summary, with what the gallery's choice of streams saves. Arguments go to
+# the host:
 #   scripts/run-host.sh --scenario --mode 8        (build/host/kxhost --help lists them all)
+#   scripts/run-host.sh --synthetic                painted pictures, no codec
 set -euo pipefail
 cd "$(dirname "$0")/.."
 cmake -S . -B build -G Ninja >/dev/null
