@@ -58,18 +58,21 @@ OrderResult displayOrder(const QVector<OrderItem>& roster, bool focusMode)
             res.shareIndex = i;
         } else if (p.sharingUser) {
             res.sharingUserIndex = i;
+            res.notes.append({OrderNote::SharingUser, i});
         } else if (p.role == 1) {
             if (res.hostIndex < 0)
                 res.hostIndex = i;
             else
                 res.secondHostIndex = i;
             res.videoStatusChange[i] = false;
+            res.notes.append({OrderNote::Host, i});
         } else if (p.self) {
             res.videoStatusChange[i] = false;
             self = i;
         } else if (res.videoStatusChange[i]) {
             res.videoStatusChange[i] = false;
             res.changed.append(i);
+            res.notes.append({OrderNote::VideoStatusChange, i});
         } else if (hasVideoStrict(p)) {
             video.append(i);
         } else {
@@ -81,6 +84,7 @@ OrderResult displayOrder(const QVector<OrderItem>& roster, bool focusMode)
     const auto byJoinTime = [&res](int a, int b) { return res.joinTime[a] < res.joinTime[b]; };
     std::sort(video.begin(), video.end(), byJoinTime);
     std::sort(noVideo.begin(), noVideo.end(), byJoinTime);
+    res.videoCount = video.size();
 
     // A participant whose video just came on goes behind everybody already
     // showing video; one whose video just went off heads the no-video group.
@@ -116,6 +120,7 @@ OrderResult displayOrder(const QVector<OrderItem>& roster, bool focusMode)
         video.insert(0, res.sharingUserIndex);
 
     QVector<int> order = video + noVideo;
+    res.joinedCount = order.size();
 
     // A host who is the local user stays second, behind whoever leads.
     if (hostIsSelf) {
@@ -136,6 +141,7 @@ OrderResult displayOrder(const QVector<OrderItem>& roster, bool focusMode)
     if (res.shareIndex >= 0)
         order.insert(0, res.shareIndex);
 
+    res.orderedCount = order.size();
     order += unjoined;
     res.order = order;
     return res;

@@ -21,6 +21,13 @@ struct OrderItem {
     qint64 joinTime = 0;
 };
 
+// A participant the walk over the roster reports, in roster order.
+struct OrderNote {
+    enum Kind { SharingUser, Host, VideoStatusChange };
+    Kind kind;
+    int index; // input index
+};
+
 struct OrderResult {
     // Input indices in display order. The walk keeps one share record (the
     // last), one sharing user (the last), two hosts (the first and the last)
@@ -34,6 +41,14 @@ struct OrderResult {
     int shareIndex = -1;
     int sharingUserIndex = -1;
     QVector<int> changed;             // input indices whose video flag had just changed
+    // What the reordering reports as it goes: the walk's notes in roster
+    // order, the sorted video group's size before the changed participants
+    // join it, the joined participants once the groups are merged, and the
+    // order before the unjoined participants are appended.
+    QVector<OrderNote> notes;
+    int videoCount = 0;
+    int joinedCount = 0;
+    int orderedCount = 0;
 };
 
 // The full reordering. focusMode: the layout is 4..8.

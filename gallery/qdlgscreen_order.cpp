@@ -50,12 +50,25 @@ void QDlgScreen::onDisplayOrder(bool bOrderForMute)
 
     const kxorder::OrderResult result = kxorder::displayOrder(orderItems(), bFocusMode);
 
+    for (const kxorder::OrderNote& note : result.notes) {
+        const QString& name = m_vecPerson.at(note.index)->userName;
+        switch (note.kind) {
+        case kxorder::OrderNote::SharingUser:
+            KXLOG << "[ScreenMod]onDisplayOrder has shareScreenUser";
+            break;
+        case kxorder::OrderNote::Host:
+            KXLOG << "host,userName:" << name;
+            break;
+        case kxorder::OrderNote::VideoStatusChange:
+            KXLOG << "bVideoStatusChange userName:" << name;
+            break;
+        }
+    }
+    KXLOG << "vecTmpPerson size:" << result.videoCount;
     if (result.sharingUserIndex >= 0)
-        KXLOG << "[ScreenMod]onDisplayOrder has shareScreenUser";
-    if (result.hostIndex >= 0)
-        KXLOG << "host,userName:" << m_vecPerson.at(result.hostIndex)->userName;
-    for (int idx : result.changed)
-        KXLOG << "bVideoStatusChange userName:" << m_vecPerson.at(idx)->userName;
+        KXLOG << "[ScreenMod]onDisplayOrder pShareScreenUser";
+    KXLOG << "onDisplayOrderx m_vecPerson.size():" << result.joinedCount;
+    KXLOG << "onDisplayOrder1 m_vecPerson.size():" << result.orderedCount;
 
     QVector<tagPersonInfo*> ordered;
     ordered.reserve(result.order.size());
@@ -76,7 +89,6 @@ void QDlgScreen::onDisplayOrder(bool bOrderForMute)
             ordered.append(m_vecPerson.at(i));
     }
     m_vecPerson = ordered;
-    KXLOG << "onDisplayOrder1 m_vecPerson.size():" << m_vecPerson.size();
     reposPlayWnd();
 }
 
