@@ -3,9 +3,12 @@
 // platform seam.
 #include "moduleapp.h"
 
+#include <QtGlobal> // defines Q_OS_WIN
+
 #ifdef Q_OS_WIN
 #include <windows.h>
-BOOL APIENTRY DllMain(HINSTANCE, DWORD reason, LPVOID)
+// The C runtime's entry calls DllMain by its unmangled name.
+extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID)
 {
     if (reason == DLL_PROCESS_ATTACH)
         kxmodule::processAttach();

@@ -5,7 +5,7 @@
 #include "qkxscreenconfig.h"
 
 #include <QApplication>
-#include <QMutex>
+#include <mutex>
 #include <QTranslator>
 #include <atomic>
 #include <cstdlib>
@@ -19,7 +19,7 @@ static void kxInitResources()
 namespace kxmodule {
 
 namespace {
-QMutex g_attachLock;
+std::recursive_mutex g_attachLock;
 std::atomic<bool> g_attached{false};
 QApplication* g_ownApp = nullptr;
 QTranslator* g_translator = nullptr;
@@ -38,7 +38,7 @@ void ensureAttached()
 
 void processAttach()
 {
-    QMutexLocker lock(&g_attachLock);
+    std::lock_guard<std::recursive_mutex> lock(g_attachLock);
     if (g_attached.load())
         return;
 
@@ -48,13 +48,12 @@ void processAttach()
         kxplatform::queryScaleFactors(g_primary, g_other);
         qputenv("QT_SCREEN_SCALE_FACTORS", kxplatform::scaleFactorsText(g_primary, g_other));
         QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps, true);
-#ifdef Q_OS_WIN
-        // Plug-in paths set for the host's own Qt must not leak into ours.
+        // Plug-in paths set for the host's own Qt must not lead ours to
+        // another build's plug-ins, on any platform.
         const bool b1 = qputenv("QT_QPA_PLATFORM_PLUGIN_PATH", QByteArray());
         KXLOG << "qputenv " << b1;
         const bool b2 = qputenv("QT_PLUGIN_PATH", QByteArray());
         KXLOG << "qputenv " << b2;
-#endif
         g_ownApp = new QApplication(g_argc, g_argv);
         // Tear down before the exit handlers of the toolkit's own statics run
         // (they were registered before this one and so run after it); the
@@ -62,6 +61,8 @@ void processAttach()
         std::atexit([]() { processDetach(); });
     } else if (!qobject_cast<QApplication*>(QCoreApplication::instance())) {
         KXWARN << "[ScreenMod]the host's application object is not a QApplication; widgets cannot be created";
+    } else {
+        KXLOG << "[ScreenMod]using the host's QApplication; the environment is left as the host set it";
     }
 
     kxInitResources();
@@ -70,13 +71,17 @@ void processAttach()
         if (g_translator->load(QStringLiteral(":/i18n/KXScreenMod_en.qm")))
             QCoreApplication::installTranslator(g_translator);
     }
-    QKXScreenConfig::getInstance();
+    // The configuration's slots and posted work run on the interface thread,
+    // also when the first call into the module comes from a host thread.
+    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+    if (QCoreApplication::instance() && cfg->thread() != QCoreApplication::instance()->thread())
+        cfg->moveToThread(QCoreApplication::instance()->thread());
     g_attached.store(true, std::memory_order_release);
 }
 
 void processDetach()
 {
-    QMutexLocker lock(&g_attachLock);
+    std::lock_guard<std::recursive_mutex> lock(g_attachLock);
     if (!g_attached.load())
         return;
     QKXScreenConfig::destroyInstance();
