@@ -114,10 +114,10 @@ CopyResult measureCopy(int w, int h)
 
     const Picture pic(w, h, w ^ h);
     const KxCloudRTCVideoFrameQT frame = pic.record();
-    QRecursiveMutex& frameLock = QKXScreenConfig::getInstance()->frameLock();
+    std::recursive_mutex& frameLock = QKXScreenConfig::getInstance()->frameLock();
 
     auto play = [&] {
-        QMutexLocker lock(&frameLock);
+        std::lock_guard<std::recursive_mutex> lock(frameLock);
         tile.PlayOneFrame(&frame);
     };
     // First frame sizes the buffer; it is not part of the steady state.
@@ -187,7 +187,7 @@ void runTiles()
     std::atomic<long> offered{0};
     std::atomic<long> copied{0};
     std::vector<std::thread> hosts;
-    QRecursiveMutex& frameLock = QKXScreenConfig::getInstance()->frameLock();
+    std::recursive_mutex& frameLock = QKXScreenConfig::getInstance()->frameLock();
     for (int i = 0; i < kTiles; ++i) {
         hosts.emplace_back([&, i] {
             const Picture pic(kTileW, kTileH, i + 1);
@@ -196,7 +196,7 @@ void runTiles()
             auto next = Clock::now();
             while (!stop.load()) {
                 {
-                    QMutexLocker lock(&frameLock);
+                    std::lock_guard<std::recursive_mutex> lock(frameLock);
                     if (tiles[size_t(i)]->PlayOneFrame(&frame))
                         ++copied;
                 }

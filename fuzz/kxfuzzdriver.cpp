@@ -274,9 +274,11 @@ public:
         return img;
     }
 
-    // A frame record that is honest about its picture: data holds what width
-    // and height promise, or is null; odd, zero, negative and overflowing
-    // sizes come with no more than the record.
+    // A frame record: honest about its picture (data holds what width and
+    // height promise, or is null; odd, zero, negative and overflowing sizes
+    // come with no more than the record), or lying about its length, either
+    // over an honest picture or over exactly as many bytes as it declares (so
+    // that a read past them is caught, whatever the sides claim).
     int frame(void* h, void* p)
     {
         KxCloudRTCVideoFrameQT f{};
@@ -291,25 +293,28 @@ public:
         case 1: w = 46341 + (r1 & 0xff); hgt = 46341; break;
         case 2: w = r1; hgt = r2; break; // may be zero or negative
         default:
-            w = 1 + (r1 & 0xffff) % 1280;
-            hgt = 1 + (r2 & 0xffff) % 720;
+            w = 1 + (r1 & 0xffff) % 1920;
+            hgt = 1 + (r2 & 0xffff) % 1080;
             break;
         }
         const bool nullData = (in.u8() % 16) == 0;
         const uint8_t fill = in.u8();
-        if (w > 0 && hgt > 0 && qint64(w) * hgt <= 1280 * 720 && !nullData) {
+        const bool lie = (in.u8() % 8) == 0;
+        const uint32_t length = in.u32();
+        const bool exact = lie && (length >> 31) != 0;
+        if (exact && !nullData) {
+            pixels.assign(length & 0xffff, fill);
+            f.data = pixels.empty() ? nullptr : pixels.data();
+            f.length = uint32_t(pixels.size());
+        } else if (w > 0 && hgt > 0 && qint64(w) * hgt <= 1280 * 720 && !nullData) {
             const size_t size = size_t(w) * hgt + 2 * size_t((w + 1) / 2) * size_t((hgt + 1) / 2);
             pixels.assign(size, fill);
             f.data = pixels.data();
-            f.length = uint32_t(size);
+            f.length = lie ? length : uint32_t(size);
         } else if (!nullData && w > 0 && hgt > 0) {
             // A picture too large to fake here: keep it out of range instead.
             w = -w;
         }
-        const bool lie = (in.u8() % 8) == 0;
-        const uint32_t length = in.u32();
-        if (lie)
-            f.length = length; // the length is only for dumps and is not trusted
         f.width = w;
         f.height = hgt;
         const bool noRecord = (in.u8() % 32) == 0;

@@ -1,6 +1,7 @@
 #include "qdlgscreen.h"
 
 #include "cplaywidget.h"
+#include "kxsync.h"
 #include "modulelog.h"
 #include "pagingrules.h"
 #include "personinfo.h"
@@ -65,10 +66,9 @@ QDlgScreen::QDlgScreen(QWidget* parent)
     connect(cfg, &QKXScreenConfig::modSignalPersonInfo, this, &QDlgScreen::onModPersonInfo);
     connect(cfg, &QKXScreenConfig::modSignalVolume, this, &QDlgScreen::onModVolume);
     connect(cfg, &QKXScreenConfig::modSignalAddPerson, this, &QDlgScreen::onModAddPerson);
-    // Always queued, also from the interface thread: the follow-up of a frame
-    // can reach the host, whose function may remove the participant whose
-    // frame is still being copied under the frame lock.
-    connect(cfg, &QKXScreenConfig::playFrameUpdateUI, this, &QDlgScreen::onPlayFrameUpdateUI, Qt::QueuedConnection);
+    // The frame path emits this from the interface thread only, on the turn
+    // after the frame (see playFrame).
+    connect(cfg, &QKXScreenConfig::playFrameUpdateUI, this, &QDlgScreen::onPlayFrameUpdateUI);
     connect(cfg, &QKXScreenConfig::modSignalFocusByUserID, this, &QDlgScreen::onModFocusByUserID);
     connect(cfg, &QKXScreenConfig::modSignalSwitchMode, this, &QDlgScreen::onModSwitchMode);
     connect(cfg, &QKXScreenConfig::notifyUpdatePersonInfo, this, &QDlgScreen::onNotifyUpdateUserInfo);
@@ -142,7 +142,11 @@ void QDlgScreen::InitPlayWidget()
     connect(m_pFocusPlayWidget, &CPlayWidget::notifyPlayStatusChange, this, &QDlgScreen::onPlayStatusChange);
     connect(m_pFocusPlayWidget, &CPlayWidget::mouseLClick, this, &QDlgScreen::onPlayWidgetLBtnClick);
     QKXScreenConfig::getInstance()->m_pFocusPlayWidget = m_pFocusPlayWidget;
-    connect(QKXScreenConfig::getInstance(), &QKXScreenConfig::notifyDisplayOrder, this, &QDlgScreen::onDisplayOrder);
+    // Queued: a reordering runs after the current event, never nested inside
+    // the code that asked for it (which may still hold records the relayout's
+    // notifications let the host remove).
+    connect(QKXScreenConfig::getInstance(), &QKXScreenConfig::notifyDisplayOrder, this, &QDlgScreen::onDisplayOrder,
+            Qt::QueuedConnection);
 }
 
 void QDlgScreen::initModSlotMap()
@@ -169,6 +173,12 @@ QMyPageCtrl* QDlgScreen::pageCtrl(int index) const
     case 7: return m_pCtrlRHide;
     default: return nullptr;
     }
+}
+
+bool QDlgScreen::event(QEvent* e)
+{
+    // Work posted from a host thread (kxsync::post) runs here.
+    return kxsync::handle(e) || QDialog::event(e);
 }
 
 void QDlgScreen::timerEvent(QTimerEvent* event)

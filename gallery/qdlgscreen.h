@@ -5,13 +5,15 @@
 #include <QElapsedTimer>
 #include <QImage>
 #include <QMap>
-#include <QMutex>
+#include <QHash>
 #include <QSet>
 #include <QPoint>
 #include <QRect>
 #include <QStringList>
 #include <QVector>
 #include <atomic>
+#include <functional>
+#include <mutex>
 
 class CPlayWidget;
 class QDlgPicInPic;
@@ -138,6 +140,13 @@ public:
     bool isLocalShare() const;
     CPlayWidget* getCurSelPlayWidgetPtr();
 
+    // True while person is a record of this gallery that still has the serial
+    // number it had when work for it was queued (any thread).
+    bool isCurrentPerson(void* person, quint64 serial) const;
+    // Runs f on the interface thread after the events queued before it, unless
+    // the participant has left by then (any thread).
+    void postForPerson(tagPersonInfo* person, std::function<void()> f);
+
     // --- state for the host interface and tests --------------------------------
     const QVector<tagPersonInfo*>& persons() const { return m_vecPerson; }
     const PlayMap& playMap() const { return m_mapPlay; }
@@ -201,6 +210,7 @@ public slots:
     void onPlayWidgetLBtnClick(CPlayWidget* widget);
 
 protected:
+    bool event(QEvent* e) override;
     void timerEvent(QTimerEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
@@ -212,6 +222,9 @@ private:
     void initModSlotMap();
     void bindTile(PlayMap::iterator it, tagPersonInfo* person, bool bFlag);
     void resetPlayWidgetPtr(tagPersonInfo* person);
+    bool testLivePerson(tagPersonInfo* person, const char* where) const;
+    // Lets every tile that shows the record go (removal, under the frame lock).
+    void detachFromTiles(tagPersonInfo* person);
     void refreshTile(tagPersonInfo* person);
     // The roster as the ordering rules see it; the IDs of sharing participants
     // are gathered once so that building the items stays linear.
@@ -267,12 +280,15 @@ private:
     QMap<int, void (QDlgScreen::*)()> m_mapModeSlot; // layout pass of each mode
     QStringList m_subtitles;
     bool m_bShareWgtKnown = false;
-    // Records this controller created: the configuration's signals reach every
-    // gallery in the process, and each takes in only its own participants.
-    mutable QMutex m_ownedLock;
-    QSet<void*> m_setOwned;
+    // Records this controller created, with their serial numbers: the
+    // configuration's signals reach every gallery in the process, and each
+    // takes in only its own participants.
+    mutable std::mutex m_ownedLock;
+    QHash<void*, quint64> m_ownedSerials;
     bool isOwnedPerson(void* person) const;
     void forgetPerson(tagPersonInfo* person); // unregisters and frees a record
+    // Assigns a participant's name: host threads read it under the frame lock.
+    void setPersonName(tagPersonInfo* person, const QString& name);
 };
 
 #endif

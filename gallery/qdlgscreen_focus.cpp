@@ -123,6 +123,7 @@ void QDlgScreen::onModAllLook(void* person, bool bAllLook)
         return;
     }
     KXLOG << "onModAllLook userName:" << p->userName << ",bAllLook:" << bAllLook;
+    const quint64 serial = p->serial;
     if (bAllLook) {
         const bool bStart = !m_pAllLookPerson;
         if (m_pAllLookPerson && m_pAllLookPerson != p) {
@@ -138,7 +139,7 @@ void QDlgScreen::onModAllLook(void* person, bool bAllLook)
         endLook();
     }
     // The host may have removed the participant from inside the toast.
-    if (isOwnedPerson(p))
+    if (isCurrentPerson(p, serial))
         refreshTile(p);
 }
 
@@ -151,6 +152,7 @@ void QDlgScreen::onModLookLock(void* person, bool bLock)
         return;
     }
     KXLOG << "onModLookLock userName:" << p->userName << ",bLock:" << bLock;
+    const quint64 serial = p->serial;
     if (bLock) {
         bool bStart = true;
         for (tagPersonInfo* q : qAsConst(m_vecPerson)) {
@@ -169,7 +171,7 @@ void QDlgScreen::onModLookLock(void* person, bool bLock)
         endLook();
     }
     // The host may have removed the participant from inside the toast.
-    if (isOwnedPerson(p))
+    if (isCurrentPerson(p, serial))
         refreshTile(p);
 }
 
@@ -278,10 +280,23 @@ void QDlgScreen::onModSetSpeakList(QString userIDs)
     }
 }
 
+// A record handed back by a tile's control or a window after it may have left:
+// dropped with the registry's line when freed, silently when not ours.
+bool QDlgScreen::testLivePerson(tagPersonInfo* p, const char* where) const
+{
+    if (!p)
+        return false;
+    if (QKXScreenConfig::getInstance()->testDelPerson(p, false)) {
+        KXLOG << where << "testDelPerson, pPerson:" << static_cast<void*>(p);
+        return false;
+    }
+    return isHasPerson(p);
+}
+
 void QDlgScreen::onClickAudioCtl(void* person)
 {
     auto* p = static_cast<tagPersonInfo*>(person);
-    if (!p || QKXScreenConfig::getInstance()->testDelPerson(p, false) || !isHasPerson(p))
+    if (!testLivePerson(p, "onClickAudioCtl"))
         return;
     QKXScreenConfig::getInstance()->notifyHost(0, reinterpret_cast<quintptr>(p), reinterpret_cast<quintptr>(p->pUserData));
 }
@@ -289,7 +304,7 @@ void QDlgScreen::onClickAudioCtl(void* person)
 void QDlgScreen::onClickMore(void* person, int pos)
 {
     auto* p = static_cast<tagPersonInfo*>(person);
-    if (!p || QKXScreenConfig::getInstance()->testDelPerson(p, false) || !isHasPerson(p))
+    if (!testLivePerson(p, "onClickMore"))
         return;
     if (!p->pWidget) {
         KXLOG << "userName:" << p->userName << "pWidget==nullptr";
@@ -366,7 +381,7 @@ void QDlgScreen::onPlayWidgetLBtnClick(CPlayWidget* widget)
 void QDlgScreen::onNotifyClickExtPlayWidget(void* person)
 {
     auto* p = static_cast<tagPersonInfo*>(person);
-    if (!p || QKXScreenConfig::getInstance()->testDelPerson(p, false))
+    if (!testLivePerson(p, "onNotifyClickExtPlayWidget"))
         return;
     QKXScreenConfig::getInstance()->m_extUserID = p->userID;
 }
@@ -414,7 +429,7 @@ void QDlgScreen::onPicInPicChangePage(bool bNext)
 void QDlgScreen::onClickPicInPicPlayWidget(void* person)
 {
     auto* p = static_cast<tagPersonInfo*>(person);
-    if (!p || QKXScreenConfig::getInstance()->testDelPerson(p, false) || !isHasPerson(p))
+    if (!testLivePerson(p, "onClickPicInPicPlayWidget"))
         return;
     m_qstrFocusUserID = p->userID;
     reAddFocusPersonToPlayMap();

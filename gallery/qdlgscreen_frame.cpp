@@ -23,9 +23,15 @@ bool QDlgScreen::playFrame(void* person, KxCloudRTCVideoFrameQT* frame)
     }
     if (!p->bPreview)
         return false;
+
     if (cfg->cacheEveryFrame())
         cfg->dumpFrame(p, frame);
-    emit cfg->playFrameUpdateUI(p, frame->width, frame->height);
+    // The follow-up always waits for the interface thread's next turn, also
+    // when the frame comes from there: it can reach the host, whose function
+    // may remove this very participant, and the frame lock is held here.
+    const int width = frame->width;
+    const int height = frame->height;
+    postForPerson(p, [p, width, height]() { emit QKXScreenConfig::getInstance()->playFrameUpdateUI(p, width, height); });
     CPlayWidget* tile = p->pWidget;
     if (tile) {
         p->addTime = QDateTime::currentMSecsSinceEpoch();
@@ -61,9 +67,11 @@ void QDlgScreen::onPlayFrameUpdateUI(void* person, int width, int height)
         KXLOG << "[ScreenMod]userName:" << p->userName << ",streamType:" << p->iStreamType << ",bSelf:" << p->bSelf;
         p->bStreamTypeChange = false;
         if (!p->bSelf && !p->userName.isEmpty()) {
+            const quint64 serial = p->serial;
             switchStream(p, p->iStreamType);
-            // The host may have removed the participant from inside the request.
-            if (!isOwnedPerson(p))
+            // The host may have removed the participant from inside the request
+            // (and even added someone at the same address).
+            if (!isCurrentPerson(p, serial))
                 return;
         }
     }

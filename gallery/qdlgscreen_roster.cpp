@@ -8,6 +8,7 @@
 #include "platform.h"
 #include "qdlgpicinpic.h"
 #include "qdlgplayinfo.h"
+#include "kxsync.h"
 #include "qkxscreenconfig.h"
 
 #include <QDateTime>
@@ -31,12 +32,13 @@ void* QDlgScreen::AddMeetingPerson(QString userID, QString qstrExtra, QString us
         p->bPreview = false;
         p->bMute = false;
     }
+    p->serial = tagPersonInfo::nextSerial();
     // A new record may reuse the address of a freed one.
     QKXScreenConfig::getInstance()->testDelPerson(p, true);
     kxplatform::registerLive(p, sizeof(ST_PersonInfo));
     {
-        QMutexLocker lock(&m_ownedLock);
-        m_setOwned.insert(p);
+        std::lock_guard<std::mutex> lock(m_ownedLock);
+        m_ownedSerials.insert(p, p->serial);
     }
 
     if (p->isShareScreen() && testIsShareInExtMode()) {
@@ -52,7 +54,10 @@ void* QDlgScreen::AddMeetingPerson(QString userID, QString qstrExtra, QString us
     }
     KXLOG << "\tAddMeetingPerson userid:" << p->userID << "\tuserName:" << p->userName
           << "\t\tjoinTime:" << p->joinTime << "\teStreamStatus:" << p->eStreamStatus;
-    emit QKXScreenConfig::getInstance()->modSignalAddPerson(p);
+    if (kxsync::onInterfaceThread())
+        emit QKXScreenConfig::getInstance()->modSignalAddPerson(p);
+    else
+        postForPerson(p, [p]() { emit QKXScreenConfig::getInstance()->modSignalAddPerson(p); });
     return p;
 }
 
@@ -100,6 +105,8 @@ void QDlgScreen::onModAddPerson(void* person)
             m_pPreFocusPerson = m_pFocusPerson;
         reAddFocusPersonToPlayMap();
     }
+    const quint64 serial = p->serial;
+    const QString name = p->userName;
     if (p->isShareScreen())
         emit cfg->notifyDisplayOrder(false);
     else
@@ -107,7 +114,11 @@ void QDlgScreen::onModAddPerson(void* person)
 
     cfg->m_iPersonCount = m_vecPerson.size();
     testStartCheckTimer();
-    KXLOG << "onModAddPerson finish, userName:" << p->userName << ",pWidget:" << p->pWidget;
+    // The relayout's notifications may have let the host remove the newcomer.
+    if (isCurrentPerson(p, serial))
+        KXLOG << "onModAddPerson finish, userName:" << name << ",pWidget:" << p->pWidget;
+    else
+        KXLOG << "onModAddPerson finish, userName:" << name << ",removed meanwhile";
 }
 
 void QDlgScreen::onModDelPerson(void* person)
@@ -121,8 +132,10 @@ void QDlgScreen::onModDelPerson(void* person)
         // is still queued. It never enters the roster; the queued arrival
         // finds it in the registry and is dropped.
         KXLOG << "onModDelPerson before arrival:" << person;
-        QMutexLocker lock(&cfg->frameLock());
-        cfg->addDelPerson(owned);
+        {
+            std::lock_guard<std::recursive_mutex> lock(cfg->frameLock());
+            cfg->addDelPerson(owned);
+        }
         forgetPerson(owned);
         return;
     }
@@ -143,11 +156,15 @@ void QDlgScreen::onModDelPerson(void* person)
         return;
     }
     {
-        QMutexLocker lock(&cfg->frameLock());
+        // The barrier against frames in flight: registered as freed and let go
+        // by every tile while no frame is being copied. The removal itself
+        // (relayout, notifications that may reach the host) runs without it.
+        std::lock_guard<std::recursive_mutex> lock(cfg->frameLock());
         cfg->addDelPerson(p);
-        DelMeetingPerson(p);
-        cfg->m_iPersonCount = m_vecPerson.size();
+        detachFromTiles(p);
     }
+    DelMeetingPerson(p);
+    cfg->m_iPersonCount = m_vecPerson.size();
     testStopCehckTimer();
     if (m_vecPerson.isEmpty())
         QDlgPlayInfo::releaseImageCache();
@@ -186,19 +203,7 @@ bool QDlgScreen::DelPerson(tagPersonInfo* p)
             break;
         }
     }
-    if (p->pWidget) {
-        p->pWidget->ClearVideo();
-        p->pWidget->setPersonData(nullptr, false);
-    }
-    // A tile whose entry was let go (its participant moved to the focus tile
-    // or off the page) still points at the record; none may keep it once it
-    // is freed, the tile's queued work would read it.
-    for (auto it = m_mapPlay.constBegin(); it != m_mapPlay.constEnd(); ++it) {
-        if (it.key()->personInfo() == p)
-            it.key()->setPersonData(nullptr, false);
-    }
-    if (m_pFocusPlayWidget && m_pFocusPlayWidget->personInfo() == p)
-        m_pFocusPlayWidget->setPersonData(nullptr, false);
+    detachFromTiles(p);
     if (m_pMoreMenuPerson == p) {
         m_pMoreMenuPerson = nullptr;
     }
@@ -261,18 +266,60 @@ bool QDlgScreen::DelPerson(tagPersonInfo* p)
 
 bool QDlgScreen::isOwnedPerson(void* person) const
 {
-    QMutexLocker lock(&m_ownedLock);
-    return m_setOwned.contains(person);
+    std::lock_guard<std::mutex> lock(m_ownedLock);
+    return m_ownedSerials.contains(person);
+}
+
+bool QDlgScreen::isCurrentPerson(void* person, quint64 serial) const
+{
+    std::lock_guard<std::mutex> lock(m_ownedLock);
+    auto it = m_ownedSerials.constFind(person);
+    return it != m_ownedSerials.constEnd() && it.value() == serial;
+}
+
+void QDlgScreen::postForPerson(tagPersonInfo* person, std::function<void()> f)
+{
+    // The serial is read while the record is certainly alive (the caller holds
+    // it); by the time the work runs, only the registry of this gallery is asked.
+    const quint64 serial = person->serial;
+    kxsync::post(this, [this, person, serial, f]() {
+        if (!isCurrentPerson(person, serial)) {
+            KXLOG << "testDelPerson: queued work dropped, the participant has left, pPerson:"
+                  << static_cast<void*>(person);
+            return;
+        }
+        f();
+    });
 }
 
 void QDlgScreen::forgetPerson(tagPersonInfo* person)
 {
     {
-        QMutexLocker lock(&m_ownedLock);
-        m_setOwned.remove(person);
+        std::lock_guard<std::mutex> lock(m_ownedLock);
+        m_ownedSerials.remove(person);
     }
     kxplatform::unregisterLive(person);
     delete person;
+}
+
+void QDlgScreen::setPersonName(tagPersonInfo* person, const QString& name)
+{
+    std::lock_guard<std::recursive_mutex> lock(QKXScreenConfig::getInstance()->frameLock());
+    person->userName = name;
+}
+
+void QDlgScreen::detachFromTiles(tagPersonInfo* p)
+{
+    // Every tile that shows the record lets it go, also those whose entry was
+    // let go earlier (the participant moved to the focus tile or off the
+    // page) but still point at it. The map and the record's own tile pointer
+    // are left to the removal, which still reads them.
+    for (auto it = m_mapPlay.constBegin(); it != m_mapPlay.constEnd(); ++it) {
+        if (it.key()->personInfo() == p)
+            it.key()->setPersonData(nullptr, false);
+    }
+    if (m_pFocusPlayWidget && m_pFocusPlayWidget->personInfo() == p)
+        m_pFocusPlayWidget->setPersonData(nullptr, false);
 }
 
 bool QDlgScreen::RemovePersonFromPlayMap(tagPersonInfo* person)
@@ -380,7 +427,7 @@ void QDlgScreen::resetAllPlayMap()
 
 void QDlgScreen::releasePlayWidget()
 {
-    QMutexLocker lock(&QKXScreenConfig::getInstance()->frameLock());
+    std::lock_guard<std::recursive_mutex> lock(QKXScreenConfig::getInstance()->frameLock());
     for (auto it = m_mapPlay.begin(); it != m_mapPlay.end();) {
         delete it.key();
         it = m_mapPlay.erase(it);
@@ -389,10 +436,10 @@ void QDlgScreen::releasePlayWidget()
     m_pFocusPlayWidget = nullptr;
     // Every record this gallery made goes: the roster, the external share, and
     // records whose arrival is still queued.
-    QSet<void*> owned;
+    QList<void*> owned;
     {
-        QMutexLocker ownedLock(&m_ownedLock);
-        owned = m_setOwned;
+        std::lock_guard<std::mutex> ownedLock(m_ownedLock);
+        owned = m_ownedSerials.keys();
     }
     for (void* v : qAsConst(owned)) {
         auto* p = static_cast<tagPersonInfo*>(v);
@@ -479,7 +526,7 @@ bool QDlgScreen::updatePersonInfo(void* person, bool bSelf, int iRoleType, QStri
         }
     }
     if (!name.isEmpty())
-        p->userName = name;
+        setPersonName(p, name);
     p->bSelf = bSelf;
     p->iRoleType = iRoleType;
     refreshTile(p);
@@ -510,7 +557,7 @@ bool QDlgScreen::updateUnJoinedPersonInfo(void* person, QString name, int status
     }
     if (!isHasPerson(p))
         return false;
-    p->userName = name;
+    setPersonName(p, name);
     p->m_iStatus = status;
     p->headImage = head;
     refreshTile(p);
@@ -549,7 +596,7 @@ bool QDlgScreen::setMute(void* person, bool bVolMute)
         return false;
     }
     KXLOG << "setMute,userName:" << p->userName << ",bVolMute" << bVolMute << ",userID:" << p->userID;
-    CPlayWidget* tile = (p == m_pFocusPerson) ? m_pFocusPlayWidget : p->pWidget;
+    CPlayWidget* tile = (p == m_pFocusPerson) ? m_pFocusPlayWidget : static_cast<CPlayWidget*>(p->pWidget);
     if (!tile)
         return false;
     tile->playInfo()->refreshDisplay();
@@ -617,9 +664,10 @@ void QDlgScreen::setPreview(void* person, bool bPreview)
     if (bPreview && !p->pWidget) {
         // Video that has nowhere to go is not pulled.
         KXLOG << "pInfo->pWidget==nullptr";
+        const quint64 serial = p->serial;
         notifyRemotePlay(p, false);
         // The host may have removed the participant from inside the notice.
-        if (!isOwnedPerson(p))
+        if (!isCurrentPerson(p, serial))
             return;
     }
     refreshTile(p);

@@ -25,7 +25,9 @@
  * handle for one participant. A null, unknown or released handle is rejected:
  * the export returns 0 (null for pointer results) and changes nothing. Play
  * handles are checked against the set of live handles before they are read, so
- * a stale pointer is never dereferenced.
+ * a stale pointer is never dereferenced, and a play handle is only accepted by
+ * the gallery that issued it. A gallery released while host threads are inside
+ * its exports stays alive for them and goes once the last has returned.
  *
  * Strings
  * -------
@@ -76,7 +78,11 @@ extern "C" {
 /*
  * Called on the interface thread, synchronously, for every notification below.
  * The result is ignored. It must not block for long. From inside it the host
- * may call the [interface] exports and the [any thread] exports.
+ * may call the [interface] exports and the [any thread] exports, remove
+ * participants and release the gallery. The module holds none of its locks
+ * while the host function runs, so the function may take the host's own locks
+ * and stop or join the host's media threads, even ones that are inside
+ * KXScreen_PlayFrame at that moment.
  */
 typedef int (*KXScreenMsgCallback)(unsigned int msg, uint64_t wParam, uint64_t lParam);
 
@@ -164,7 +170,8 @@ _Static_assert(sizeof(KxCloudRTCVideoFrameQT) == 32, "frame record is 32 bytes")
  * "user_data/sys_ver.ini" (UTF-8). Returns the module handle. Raises the
  * calling thread's priority. */
 KXSCREEN_API void* KXScreen_Init(QWidget* parent, const char* baseDir, KXScreenMsgCallback callback);
-/* [interface] Destroys the gallery; the handle and its play handles are dead afterwards. Null is ignored. */
+/* [interface] Destroys the gallery; the handle and its play handles are dead afterwards. Null is ignored.
+ * From another thread the release is queued to the interface thread. */
 KXSCREEN_API void KXScreen_Release(void* hScreen);
 /* [interface] Moves the gallery into another parent widget and shows it. */
 KXSCREEN_API int KXScreen_SetParent(void* hScreen, QWidget* parent);
@@ -182,7 +189,9 @@ KXSCREEN_API void* KXScreen_AddPerson(void* hScreen, char* userID, char* extra, 
 /* [any thread] Removes a participant; hPlay is dead as soon as this returns. */
 KXSCREEN_API int KXScreen_DelPerson(void* hScreen, void* hPlay);
 /* [any thread] Hands one decoded frame (a KxCloudRTCVideoFrameQT*) to the participant's tile.
- * The picture is copied before the call returns. Returns 1 when a tile took it. */
+ * The picture is copied before the call returns. Returns 1 when a tile took it. Refused (0, with
+ * a log line): a length smaller than the picture's I420 size, width * height + 2 * ((width + 1) / 2)
+ * * ((height + 1) / 2), and a side above 16384 pixels. */
 KXSCREEN_API int KXScreen_PlayFrame(void* hScreen, void* hPlay, void* frame);
 /* [interface] The participant's video was turned on or off. */
 KXSCREEN_API int KXScreen_Preview(void* hScreen, void* hPlay, bool bPreview);
@@ -227,7 +236,9 @@ KXSCREEN_API int KXScreen_SetCurMode(void* hScreen, int iMode);
 KXSCREEN_API int KXScreen_GetCurMode(void* hScreen);
 /* [interface] The local user has finished joining: ordering and video stop/resume start now. */
 KXSCREEN_API int KXScreen_JoinMeetingFinish(void* hScreen);
-/* [interface] Non-zero while the gallery is minimised. Only a null handle is rejected. */
+/* [interface] Non-zero while the window that holds the gallery (the host's top-level window; the
+ * gallery itself is a child widget and is never minimised) is minimised. Like every other export it
+ * refuses a null, unknown or released handle with 0 instead of reading it. */
 KXSCREEN_API int KXScreen_IsIconic(void* hScreen);
 
 /* ------------------------------------------------------------------------ */

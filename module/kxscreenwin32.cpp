@@ -1,20 +1,27 @@
 // The C exports: check the handles, log, forward. No gallery logic lives here.
+//
+// Every export holds its module handle for its whole run (ScreenUse), so a
+// release on the interface thread never frees a gallery under a host thread.
+// Work for the gallery runs at once on the interface thread and is queued
+// from any other; queued work for one participant carries the record's serial
+// number and is dropped when that participant has left by the time it runs.
 #include "kxscreenmod2.h"
 
 #include "cwin32uicallback.h"
 #include "kxscreenhandle.h"
 #include "kxscreeninternal.h"
+#include "kxsync.h"
 #include "moduleapp.h"
 #include "modulelog.h"
 #include "personinfo.h"
 #include "platform.h"
+#include "playhandles.h"
 #include "qdlgmain.h"
 #include "qdlgscreen.h"
 #include "qkxscreenconfig.h"
 #include "videoframe.h"
 
 #include <QApplication>
-#include <QHash>
 #include <QImage>
 #include <QPointer>
 #include <QThread>
@@ -23,24 +30,9 @@
 
 namespace {
 
-// Galleries released from inside a host function whose dialog is still to be deleted.
-int g_pendingGalleryDeletes = 0;
-
-// The registry of freed records only protects pointers held by galleries
-// (their tiles, overlays and queued calls). With no gallery left it would
-// only grow, meeting after meeting.
-void pruneFreedRecords()
+QKXScreenConfig* config()
 {
-    if (g_pendingGalleryDeletes == 0 && liveScreenHandleCount() == 0)
-        QKXScreenConfig::getInstance()->clearDelPersons();
-}
-
-QMutex g_playOwnerLock;
-// Live play handles and the gallery that issued each.
-QHash<void*, KXScreenHandle*>& playOwners()
-{
-    static QHash<void*, KXScreenHandle*> owners;
-    return owners;
+    return QKXScreenConfig::getInstance();
 }
 
 QString fromLocal(const char* s)
@@ -53,46 +45,9 @@ QString fromUtf8(const char* s)
     return s ? QString::fromUtf8(s) : QString();
 }
 
-KXScreenHandle* validHandle(void* hScreen)
+void logThread(const char* name)
 {
-    return isValidScreenHandle(hScreen) ? static_cast<KXScreenHandle*>(hScreen) : nullptr;
-}
-
-QDlgScreen* screenPtr(KXScreenHandle* h)
-{
-    return h->pMainDlg->GetDlgScreenPtr();
-}
-
-bool onInterfaceThread()
-{
-    return QCoreApplication::instance() && QThread::currentThread() == QCoreApplication::instance()->thread();
-}
-
-// Runs gallery code at once on the interface thread; from any other thread it
-// is queued there (and dropped if the gallery is gone by then).
-template <typename F>
-void runOnUi(QObject* context, F&& f)
-{
-    if (onInterfaceThread())
-        f();
-    else
-        QMetaObject::invokeMethod(context, std::forward<F>(f), Qt::QueuedConnection);
-}
-
-// Null and readability checks of a play handle; yields its record.
-bool checkPlay(void* hPlay, tagPersonInfo** record)
-{
-    if (!hPlay) {
-        KXLOG << "hPlay == nullptr";
-        return false;
-    }
-    void* rec = nullptr;
-    if (!kxplatform::readPlayData(hPlay, &rec)) {
-        KXLOG << "IsBadReadPtr(pPlay, sizeof(ST_KXPlayHdl))";
-        return false;
-    }
-    *record = static_cast<tagPersonInfo*>(rec);
-    return true;
+    KXLOG << name << "thread:" << QThread::currentThreadId();
 }
 
 void logException(const char* where, const std::exception* e)
@@ -100,16 +55,143 @@ void logException(const char* where, const std::exception* e)
     KXWARN << "[ScreenMod]exception in" << where << (e ? e->what() : "unknown");
 }
 
+// Runs an export's body. No exception leaves an export: it is logged and
+// answered like any other failure.
+template <typename R, typename F>
+R guarded(const char* name, R fail, F&& body)
+{
+    try {
+        kxmodule::ensureAttached();
+        return body();
+    } catch (const std::exception& e) {
+        logException(name, &e);
+    } catch (...) {
+        logException(name, nullptr);
+    }
+    return fail;
+}
+
+// Gallery work: at once on the interface thread, queued from any other (and
+// dropped if the gallery is gone by then).
+template <typename F>
+void toGallery(const ScreenUse& use, F&& f)
+{
+    kxsync::runOnUi(use.screen(), std::forward<F>(f));
+}
+
+// The participant a per-participant export names.
+struct PersonRef
+{
+    tagPersonInfo* record = nullptr;
+    quint64 serial = 0;
+};
+
+// The checks of a play handle: not null, readable, and issued by this gallery
+// (another gallery's handle is as unreadable to this one as a stale pointer).
+bool checkPlay(const ScreenUse& use, void* hPlay, PersonRef* ref)
+{
+    if (!hPlay) {
+        KXLOG << "hPlay == nullptr";
+        return false;
+    }
+    if (!kxplatform::isReadable(hPlay, sizeof(ST_KXPlayHdl))
+        || !kxplay::lookup(hPlay, use.handle(), &ref->record, &ref->serial)) {
+        KXLOG << "IsBadReadPtr(pPlay, sizeof(ST_KXPlayHdl))";
+        return false;
+    }
+    return true;
+}
+
+// Work for one participant: at once on the interface thread; from any other
+// thread queued, and dropped if by the time it runs the participant has left
+// (even when a newcomer's record has been given the same address).
+template <typename F>
+void toPerson(const ScreenUse& use, const PersonRef& ref, F&& f)
+{
+    QDlgScreen* screen = use.screen();
+    if (kxsync::onInterfaceThread()) {
+        f();
+        return;
+    }
+    kxsync::post(screen, [screen, ref, f = std::forward<F>(f)]() mutable {
+        if (!screen->isCurrentPerson(ref.record, ref.serial)) {
+            KXLOG << "testDelPerson: queued work dropped, the participant has left, pPerson:"
+                  << static_cast<void*>(ref.record);
+            return;
+        }
+        f();
+    });
+}
+
+// The string returned by a user-ID query, kept in the handle until the next
+// call of the same query.
+const char* userIDString(const char* name, void* hScreen, QByteArray KXScreenHandle::*field,
+                         QString (QDlgScreen::*read)() const)
+{
+    logThread(name);
+    ScreenUse use(hScreen);
+    if (!use)
+        return nullptr;
+    if (!kxsync::onInterfaceThread()) {
+        KXLOG << "[ScreenMod]user ID queries belong on the interface thread";
+        return nullptr;
+    }
+    (use.handle()->*field) = (use.screen()->*read)().toLocal8Bit();
+    return (use.handle()->*field).constData();
+}
+
+// The per-participant exports that reach the gallery through a configuration
+// signal: checks, then the signal for that participant.
+template <typename F>
+int personSignal(const char* name, void* hScreen, void* hPlay, F emitFor)
+{
+    return guarded(name, 0, [&] {
+        logThread(name);
+        ScreenUse use(hScreen);
+        PersonRef ref;
+        if (!use || !checkPlay(use, hPlay, &ref))
+            return 0;
+        toPerson(use, ref, [ref, emitFor]() { emitFor(config(), ref.record); });
+        return 1;
+    });
+}
+
+// The per-participant exports that call the controller directly: on the
+// interface thread the controller's answer is the export's; from another
+// thread the call is queued and the export answers 1.
+template <typename F>
+int personCall(const char* name, void* hScreen, void* hPlay, F call)
+{
+    return guarded(name, 0, [&] {
+        logThread(name);
+        ScreenUse use(hScreen);
+        PersonRef ref;
+        if (!use || !checkPlay(use, hPlay, &ref))
+            return 0;
+        QDlgScreen* screen = use.screen();
+        if (kxsync::onInterfaceThread())
+            return call(screen, ref.record) ? 1 : 0;
+        toPerson(use, ref, [screen, ref, call]() { call(screen, ref.record); });
+        return 1;
+    });
+}
+
+// The exports that change the gallery through a configuration signal: checks,
+// then the signal, at once or queued.
+template <typename F>
+int gallerySignal(const char* name, void* hScreen, F emitIt)
+{
+    return guarded(name, 0, [&] {
+        logThread(name);
+        ScreenUse use(hScreen);
+        if (!use)
+            return 0;
+        toGallery(use, [emitIt]() { emitIt(config()); });
+        return 1;
+    });
+}
+
 } // namespace
-
-// No exception leaves an export: it is logged and answered like any failure.
-#define KX_TRY try {
-#define KX_CATCH(name, ret)                                                                                  \
-    }                                                                                                         \
-    catch (const std::exception& e) { logException(name, &e); return ret; }                                   \
-    catch (...) { logException(name, nullptr); return ret; }
-
-#define KX_THREAD_LOG(name) KXLOG << name " thread:" << QThread::currentThreadId()
 
 extern "C" {
 
@@ -118,116 +200,73 @@ extern "C" {
 
 void* KXScreen_Init(QWidget* parent, const char* baseDir, KXScreenMsgCallback callback)
 {
-    KX_TRY
-    kxmodule::ensureAttached();
-    KXLOG << "thread:" << QThread::currentThreadId() << fromUtf8(baseDir);
-    if (!qobject_cast<QApplication*>(QCoreApplication::instance()) || !onInterfaceThread()) {
-        KXWARN << "[ScreenMod]KXScreen_Init must be called on the interface thread of a QApplication";
-        return nullptr;
-    }
-    auto* h = new KXScreenHandle;
-    h->callback = callback;
-    h->pCallback = new CWin32UICallback;
-    h->pCallback->m_pScreen = h;
-    h->pMainDlg = new QDlgMain(parent);
-    h->pMainDlg->show();
-    registerScreenHandle(h);
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
-    cfg->addCallback(h->pCallback);
-    cfg->setBaseDir(fromUtf8(baseDir));
-    cfg->getLoadingParam();
-    QThread* thread = QThread::currentThread();
-    const int prePriority = thread->priority();
-    thread->setPriority(QThread::TimeCriticalPriority);
-    KXLOG << "SetThreadPriority:" << "prePriLevel:" << prePriority << ",curPriLevel:" << thread->priority();
-    return h;
-    KX_CATCH("KXScreen_Init", nullptr)
+    return guarded<void*>("KXScreen_Init", nullptr, [&]() -> void* {
+        KXLOG << "thread:" << QThread::currentThreadId() << fromUtf8(baseDir);
+        if (!qobject_cast<QApplication*>(QCoreApplication::instance()) || !kxsync::onInterfaceThread()) {
+            KXWARN << "[ScreenMod]KXScreen_Init must be called on the interface thread of a QApplication";
+            return nullptr;
+        }
+        auto* h = new KXScreenHandle;
+        h->callback = callback;
+        h->pCallback = new CWin32UICallback;
+        h->pCallback->m_pScreen = h;
+        h->pMainDlg = new QDlgMain(parent);
+        h->pMainDlg->show();
+        registerScreenHandle(h);
+        QKXScreenConfig* cfg = config();
+        cfg->addCallback(h->pCallback);
+        cfg->setBaseDir(fromUtf8(baseDir));
+        cfg->getLoadingParam();
+        QThread* thread = QThread::currentThread();
+        const int prePriority = thread->priority();
+        thread->setPriority(QThread::TimeCriticalPriority);
+        KXLOG << "SetThreadPriority:" << "prePriLevel:" << prePriority << ",curPriLevel:" << thread->priority();
+        return h;
+    });
 }
 
 void KXScreen_Release(void* hScreen)
 {
-    KX_TRY
-    kxmodule::ensureAttached();
-    KXLOG << "current thread:" << QThread::currentThreadId();
-    if (!hScreen)
-        return;
-    if (!isLiveScreenHandle(hScreen)) {
-        KXLOG << "[ScreenMod]KXScreen_Release unknown handle:" << hScreen;
-        return;
-    }
-    if (!onInterfaceThread()) {
-        // The gallery's widgets (and their GL contexts) can only go on the
-        // interface thread: the release runs there when it next pumps.
-        KXWARN << "[ScreenMod]KXScreen_Release called off the interface thread; released when it pumps";
-        QMetaObject::invokeMethod(QCoreApplication::instance(), [hScreen]() { KXScreen_Release(hScreen); },
-                                  Qt::QueuedConnection);
-        return;
-    }
-    auto* h = static_cast<KXScreenHandle*>(hScreen);
-    unregisterScreenHandle(h);
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
-    {
-        // No frame is being copied while the tiles and records go away.
-        QMutexLocker lock(&cfg->frameLock());
-        if (h->pMainDlg) {
-            cfg->removeCallback(h->pCallback);
-            if (cfg->inHostNotification()) {
-                // Called from inside the host function: the gallery code that
-                // notified it is still running below. The gallery is dead for
-                // the host now and goes once that code has returned.
-                h->pMainDlg->hide();
-                QPointer<QDlgMain> dlg(h->pMainDlg);
-                ++g_pendingGalleryDeletes;
-                QMetaObject::invokeMethod(QCoreApplication::instance(), [dlg]() {
-                    delete dlg.data();
-                    --g_pendingGalleryDeletes;
-                    pruneFreedRecords();
-                }, Qt::QueuedConnection);
-            } else {
-                delete h->pMainDlg;
-            }
-            h->pMainDlg = nullptr;
+    guarded("KXScreen_Release", 0, [&] {
+        KXLOG << "current thread:" << QThread::currentThreadId();
+        if (!hScreen)
+            return 0;
+        if (!isLiveScreenHandle(hScreen)) {
+            KXLOG << "[ScreenMod]KXScreen_Release unknown handle:" << hScreen;
+            return 0;
         }
-        // Play handles the host never deleted die with their gallery.
-        QMutexLocker ownerLock(&g_playOwnerLock);
-        for (auto it = playOwners().begin(); it != playOwners().end();) {
-            if (it.value() == h) {
-                kxplatform::unregisterLive(it.key());
-                delete static_cast<ST_KXPlayHdl*>(it.key());
-                it = playOwners().erase(it);
-            } else {
-                ++it;
-            }
+        if (!kxsync::onInterfaceThread()) {
+            // The gallery's widgets (and their GL contexts) can only go on the
+            // interface thread: the release runs there when it next pumps.
+            KXWARN << "[ScreenMod]KXScreen_Release called off the interface thread; released when it pumps";
+            kxsync::post(config(), [hScreen]() { KXScreen_Release(hScreen); });
+            return 0;
         }
-    }
-    delete h->pCallback;
-    h->pCallback = nullptr;
-    delete h;
-    pruneFreedRecords();
-    KX_CATCH("KXScreen_Release", )
+        releaseScreenHandle(static_cast<KXScreenHandle*>(hScreen));
+        return 0;
+    });
 }
 
 int KXScreen_SetParent(void* hScreen, QWidget* parent)
 {
-    KX_TRY
-    kxmodule::ensureAttached();
-    KXLOG << "current thread:" << QThread::currentThreadId();
-    KXScreenHandle* h = validHandle(hScreen);
-    if (!h)
-        return 0;
-    QDlgMain* dlg = h->pMainDlg;
-    // Widgets are moved on the interface thread only; from another thread the
-    // move is queued there (and dropped if the new parent is gone by then).
-    QPointer<QWidget> newParent(parent);
-    const bool toParent = parent != nullptr;
-    runOnUi(dlg, [dlg, newParent, toParent]() {
-        if (toParent && !newParent)
-            return;
-        dlg->setParent(newParent.data());
-        dlg->show();
+    return guarded("KXScreen_SetParent", 0, [&] {
+        KXLOG << "current thread:" << QThread::currentThreadId();
+        ScreenUse use(hScreen);
+        if (!use)
+            return 0;
+        // Widgets move on the interface thread only; from another thread the
+        // move is queued there (and dropped if the new parent is gone by then).
+        QPointer<QDlgMain> dlg(use.handle()->pMainDlg);
+        QPointer<QWidget> newParent(parent);
+        const bool toParent = parent != nullptr;
+        toGallery(use, [dlg, newParent, toParent]() {
+            if (!dlg || (toParent && !newParent))
+                return;
+            dlg->setParent(newParent.data());
+            dlg->show();
+        });
+        return 1;
     });
-    return 1;
-    KX_CATCH("KXScreen_SetParent", 0)
 }
 
 // ---------------------------------------------------------------------------
@@ -236,335 +275,247 @@ int KXScreen_SetParent(void* hScreen, QWidget* parent)
 void* KXScreen_AddPerson(void* hScreen, char* userID, char* extra, char* userName, int64_t joinTime, int iExtra,
                          void* pUserData, int iStatus)
 {
-    KX_TRY
-    kxmodule::ensureAttached();
-    KXLOG << "thead:" << QThread::currentThreadId();
-    KXScreenHandle* h = validHandle(hScreen);
-    if (!h)
-        return nullptr;
-    auto* hdl = new ST_KXPlayHdl;
-    hdl->userID = fromLocal(userID);
-    hdl->userName = fromUtf8(userName);
-    if (h->eraseDelPlay(hdl))
-        KXLOG << "iter != pScreen->mapHadDelPlay.end()";
-    hdl->pPlayData = static_cast<tagPersonInfo*>(screenPtr(h)->AddMeetingPerson(
-        hdl->userID, fromLocal(extra), hdl->userName, joinTime, iExtra, pUserData, iStatus));
-    {
-        QMutexLocker lock(&g_playOwnerLock);
-        playOwners().insert(hdl, h);
-    }
-    kxplatform::registerLive(hdl, sizeof(ST_KXPlayHdl));
-    KXLOG << "before emit update personInfo, userID:" << hdl->userID << ",userName:" << hdl->userName;
-    emit QKXScreenConfig::getInstance()->notifyUpdatePersonInfo(hdl, hdl->pPlayData);
-    KXLOG << "after emit update personInfo, userID:" << hdl->userID << ",userName:" << hdl->userName;
-    return hdl;
-    KX_CATCH("KXScreen_AddPerson", nullptr)
+    return guarded<void*>("KXScreen_AddPerson", nullptr, [&]() -> void* {
+        KXLOG << "thead:" << QThread::currentThreadId();
+        ScreenUse use(hScreen);
+        if (!use)
+            return nullptr;
+        auto* hdl = new ST_KXPlayHdl;
+        hdl->userID = fromLocal(userID);
+        hdl->userName = fromUtf8(userName);
+        if (use.handle()->eraseDelPlay(hdl))
+            KXLOG << "iter != pScreen->mapHadDelPlay.end()";
+        hdl->pPlayData = static_cast<tagPersonInfo*>(use.screen()->AddMeetingPerson(
+            hdl->userID, fromLocal(extra), hdl->userName, joinTime, iExtra, pUserData, iStatus));
+        // Once the host has heard of the participant it may delete it (and the
+        // handle with it): what the log lines need is copied first.
+        const QString id = hdl->userID;
+        const QString name = hdl->userName;
+        const PersonRef ref{hdl->pPlayData, hdl->pPlayData->serial};
+        kxplay::add(hdl, use.handle());
+        KXLOG << "before emit update personInfo, userID:" << id << ",userName:" << name;
+        toPerson(use, ref, [hdl, ref]() { emit config()->notifyUpdatePersonInfo(hdl, ref.record); });
+        KXLOG << "after emit update personInfo, userID:" << id << ",userName:" << name;
+        return hdl;
+    });
 }
 
 int KXScreen_DelPerson(void* hScreen, void* hPlay)
 {
-    KX_TRY
-    kxmodule::ensureAttached();
-    KXLOG << "thread,hPlay:" << hPlay;
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
-    QMutexLocker lock(&cfg->frameLock());
-    KXScreenHandle* h = validHandle(hScreen);
-    if (!h)
-        return 0;
-    if (!hPlay) {
-        KXLOG << "hPlay == nullptr";
-        return 0;
-    }
-    if (!kxplatform::isReadable(hPlay, sizeof(ST_KXPlayHdl))) {
-        KXLOG << "IsBadReadPtr(pPlay, sizeof(ST_KXPlayHdl))";
-        return 0;
-    }
-    auto* pPlay = static_cast<ST_KXPlayHdl*>(hPlay);
-    tagPersonInfo* record = pPlay->pPlayData;
-    const bool bShare = pPlay->userID.startsWith(QLatin1String("sharescreen_"));
-    // The handle dies before anyone hears of the removal: on the interface
-    // thread the removal runs at once and reaches the host function, which may
-    // call in again with this same handle. It is listed as released before
-    // its memory is freed, so that an AddPerson on another thread that is
-    // handed the same address erases the entry instead of finding it later.
-    kxplatform::unregisterLive(pPlay);
-    {
-        QMutexLocker ownerLock(&g_playOwnerLock);
-        playOwners().remove(pPlay);
-    }
-    h->addDelPlay(hPlay);
-    delete pPlay;
-    if (bShare)
-        emit cfg->modSignalSetSharePause(false);
-    emit cfg->modSignalDelPerson(record);
-    KXLOG << "thread,pPerson:" << static_cast<void*>(record);
-    return 1;
-    KX_CATCH("KXScreen_DelPerson", 0)
+    return guarded("KXScreen_DelPerson", 0, [&] {
+        KXLOG << "thread,hPlay:" << hPlay;
+        ScreenUse use(hScreen);
+        if (!use)
+            return 0;
+        PersonRef ref;
+        bool bShare = false;
+        {
+            // The barrier against frames in flight: a frame being copied holds
+            // this lock, and once the handle is gone no frame can reach the
+            // record. Nothing that can reach the host runs under it.
+            std::lock_guard<std::recursive_mutex> lock(config()->frameLock());
+            if (!checkPlay(use, hPlay, &ref))
+                return 0;
+            bShare = ref.record->isShareScreen();
+            // Listed as released before its memory is freed, so that an
+            // AddPerson on another thread that is handed the same address
+            // erases the entry instead of finding it later.
+            use.handle()->addDelPlay(hPlay);
+            kxplay::remove(hPlay, use.handle());
+        }
+        if (bShare)
+            toGallery(use, []() { emit config()->modSignalSetSharePause(false); });
+        toPerson(use, ref, [ref]() { emit config()->modSignalDelPerson(ref.record); });
+        KXLOG << "thread,pPerson:" << static_cast<void*>(ref.record);
+        return 1;
+    });
 }
 
 int KXScreen_PlayFrame(void* hScreen, void* hPlay, void* frame)
 {
-    KX_TRY
-    kxmodule::ensureAttached();
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
-    QMutexLocker lock(&cfg->frameLock());
-    KXScreenHandle* h = validHandle(hScreen);
-    if (!h)
-        return 0;
-    if (!hPlay) {
-        KXLOG << "hPlay == nullptr";
-        return 0;
-    }
-    if (!frame) {
-        KXLOG << "pWin32Frame == nullptr";
-        return 0;
-    }
-    if (h->hadDelPlay(hPlay)) {
-        KXLOG << "iter != pScreen->mapHadDelPlay.end()";
-        return 0;
-    }
-    if (!kxplatform::isReadable(hPlay, sizeof(ST_KXPlayHdl))) {
-        KXLOG << "IsBadReadPtr(pPlay, sizeof(ST_KXPlayHdl))";
-        return 0;
-    }
-    tagPersonInfo* record = static_cast<ST_KXPlayHdl*>(hPlay)->pPlayData;
-    if (!kxplatform::isReadable(record, sizeof(ST_PersonInfo))) {
-        KXLOG << "IsBadReadPtr(pPlay->pPlayData, sizeof(ST_PersonInfo))";
-        return 0;
-    }
-    auto* f = static_cast<KxCloudRTCVideoFrameQT*>(frame);
-    if (const char* reason = kxvideo::frameRejectReason(f->data, f->width, f->height)) {
-        KXLOG << "[ScreenMod]PlayFrame refused:" << reason << ",userName:" << record->userName
-              << ",size:" << f->width << "x" << f->height;
-        return 0;
-    }
-    return screenPtr(h)->playFrame(record, f) ? 1 : 0;
-    KX_CATCH("KXScreen_PlayFrame", 0)
+    return guarded("KXScreen_PlayFrame", 0, [&] {
+        QKXScreenConfig* cfg = config();
+        std::lock_guard<std::recursive_mutex> lock(cfg->frameLock());
+        ScreenUse use(hScreen);
+        if (!use)
+            return 0;
+        if (!hPlay) {
+            KXLOG << "hPlay == nullptr";
+            return 0;
+        }
+        if (!frame) {
+            KXLOG << "pWin32Frame == nullptr";
+            return 0;
+        }
+        if (use.handle()->hadDelPlay(hPlay)) {
+            KXLOG << "iter != pScreen->mapHadDelPlay.end()";
+            return 0;
+        }
+        PersonRef ref;
+        if (!checkPlay(use, hPlay, &ref))
+            return 0;
+        if (!kxplatform::isReadable(ref.record, sizeof(ST_PersonInfo))) {
+            KXLOG << "IsBadReadPtr(pPlay->pPlayData, sizeof(ST_PersonInfo))";
+            return 0;
+        }
+        auto* f = static_cast<KxCloudRTCVideoFrameQT*>(frame);
+        if (const char* reason = kxvideo::frameRejectReason(f->data, f->width, f->height, f->length)) {
+            KXLOG << "[ScreenMod]PlayFrame refused:" << reason << ",userName:" << ref.record->userName
+                  << ",size:" << f->width << "x" << f->height << ",length:" << f->length;
+            return 0;
+        }
+        return use.screen()->playFrame(ref.record, f) ? 1 : 0;
+    });
 }
 
 int KXScreen_Preview(void* hScreen, void* hPlay, bool bPreview)
 {
-    KX_TRY
-    kxmodule::ensureAttached();
-    KX_THREAD_LOG("KXScreen_Preview");
-    KXScreenHandle* h = validHandle(hScreen);
-    if (!h)
-        return 0;
-    if (!hPlay) {
-        KXLOG << "hPlay == nullptr";
-        return 0;
-    }
-    if (h->hadDelPlay(hPlay)) {
-        KXLOG << "iter != pScreen->mapHadDelPlay.end()";
-        return 0;
-    }
-    tagPersonInfo* record = nullptr;
-    if (!checkPlay(hPlay, &record))
-        return 0;
-    QDlgScreen* screen = screenPtr(h);
-    runOnUi(screen, [screen, record, bPreview]() { screen->onModPreview(record, bPreview); });
-    return 1;
-    KX_CATCH("KXScreen_Preview", 0)
+    return guarded("KXScreen_Preview", 0, [&] {
+        logThread("KXScreen_Preview");
+        ScreenUse use(hScreen);
+        if (!use)
+            return 0;
+        if (hPlay && use.handle()->hadDelPlay(hPlay)) {
+            KXLOG << "iter != pScreen->mapHadDelPlay.end()";
+            return 0;
+        }
+        PersonRef ref;
+        if (!checkPlay(use, hPlay, &ref))
+            return 0;
+        QDlgScreen* screen = use.screen();
+        toPerson(use, ref, [screen, ref, bPreview]() { screen->onModPreview(ref.record, bPreview); });
+        return 1;
+    });
 }
-
-// The per-participant exports routed through a configuration signal share
-// their checks.
-#define KX_PERSON_PROLOGUE(name)                                                                               \
-    kxmodule::ensureAttached();                                                                               \
-    KX_THREAD_LOG(name);                                                                                      \
-    KXScreenHandle* h = validHandle(hScreen);                                                                 \
-    if (!h)                                                                                                   \
-        return 0;                                                                                             \
-    tagPersonInfo* record = nullptr;                                                                          \
-    if (!checkPlay(hPlay, &record))                                                                           \
-        return 0;                                                                                             \
-    QDlgScreen* screen = screenPtr(h);                                                                        \
-    Q_UNUSED(screen);
 
 int KXScreen_SetMute(void* hScreen, void* hPlay, int iMute)
 {
-    KX_TRY
-    KX_PERSON_PROLOGUE("KXScreen_SetMute")
-    emit QKXScreenConfig::getInstance()->modSignalAudioMute(record, iMute != 0);
-    return 1;
-    KX_CATCH("KXScreen_SetMute", 0)
+    const bool mute = iMute != 0;
+    return personSignal("KXScreen_SetMute", hScreen, hPlay,
+                        [mute](QKXScreenConfig* c, tagPersonInfo* p) { emit c->modSignalAudioMute(p, mute); });
 }
 
 int KXScreen_SetHasMic(void* hScreen, void* hPlay, bool bHasMic)
 {
-    KX_TRY
-    KX_PERSON_PROLOGUE("KXScreen_SetHasMic")
-    emit QKXScreenConfig::getInstance()->modSignalHasMic(record, bHasMic);
-    return 1;
-    KX_CATCH("KXScreen_SetHasMic", 0)
+    return personSignal("KXScreen_SetHasMic", hScreen, hPlay,
+                        [bHasMic](QKXScreenConfig* c, tagPersonInfo* p) { emit c->modSignalHasMic(p, bHasMic); });
 }
 
 int KXScreen_SetPersonInfo(void* hScreen, void* hPlay, bool bSelf, int iRoleType, char* name)
 {
-    KX_TRY
-    KX_PERSON_PROLOGUE("KXScreen_SetPersonInfo")
-    emit QKXScreenConfig::getInstance()->modSignalPersonInfo(record, bSelf, iRoleType, fromUtf8(name));
-    return 1;
-    KX_CATCH("KXScreen_SetPersonInfo", 0)
-}
-
-int KXScreen_SetPersonHeadImg(void* hScreen, void* hPlay, const QImage* image)
-{
-    KX_TRY
-    KX_PERSON_PROLOGUE("KXScreen_SetPersonHeadImg")
-    if (!image) {
-        KXLOG << "pImage == nullptr";
-        return 0;
-    }
-    const QImage copy = image->copy();
-    if (onInterfaceThread())
-        return screen->updatePersonHeadImg(record, copy) ? 1 : 0;
-    runOnUi(screen, [screen, record, copy]() { screen->updatePersonHeadImg(record, copy); });
-    return 1;
-    KX_CATCH("KXScreen_SetPersonHeadImg", 0)
-}
-
-int KXScreen_SetUnjoinedPersonInfo(void* hScreen, void* hPlay, char* name, int iStatus, const QImage& image)
-{
-    KX_TRY
-    KX_PERSON_PROLOGUE("KXScreen_SetUnjoinedPersonInfo")
-    const QString qname = fromLocal(name);
-    const QImage copy = image.copy();
-    if (onInterfaceThread())
-        return screen->updateUnJoinedPersonInfo(record, qname, iStatus, copy) ? 1 : 0;
-    runOnUi(screen, [screen, record, qname, iStatus, copy]() {
-        screen->updateUnJoinedPersonInfo(record, qname, iStatus, copy);
-    });
-    return 1;
-    KX_CATCH("KXScreen_SetUnjoinedPersonInfo", 0)
+    const QString qname = fromUtf8(name);
+    return personSignal("KXScreen_SetPersonInfo", hScreen, hPlay,
+                        [bSelf, iRoleType, qname](QKXScreenConfig* c, tagPersonInfo* p) {
+                            emit c->modSignalPersonInfo(p, bSelf, iRoleType, qname);
+                        });
 }
 
 int KXScreen_SetVolume(void* hScreen, void* hPlay, int iVolume)
 {
-    KX_TRY
-    KX_PERSON_PROLOGUE("KXScreen_SetVolume")
-    emit QKXScreenConfig::getInstance()->modSignalVolume(record, iVolume);
-    return 1;
-    KX_CATCH("KXScreen_SetVolume", 0)
-}
-
-int KXScreen_AllLook(void* hScreen, void* hPlay, int bAllLook)
-{
-    KX_TRY
-    KX_PERSON_PROLOGUE("KXScreen_AllLook")
-    runOnUi(screen, [screen, record, bAllLook]() { screen->onModAllLook(record, bAllLook != 0); });
-    return 1;
-    KX_CATCH("KXScreen_AllLook", 0)
-}
-
-int KXScreen_LockLook(void* hScreen, void* hPlay, int bLockLook)
-{
-    KX_TRY
-    KX_PERSON_PROLOGUE("KXScreen_LockLook")
-    runOnUi(screen, [screen, record, bLockLook]() { screen->onModLookLock(record, bLockLook != 0); });
-    return 1;
-    KX_CATCH("KXScreen_LockLook", 0)
+    return personSignal("KXScreen_SetVolume", hScreen, hPlay,
+                        [iVolume](QKXScreenConfig* c, tagPersonInfo* p) { emit c->modSignalVolume(p, iVolume); });
 }
 
 int KXScreen_MoreInHide(void* hScreen, void* hPlay)
 {
-    KX_TRY
-    KX_PERSON_PROLOGUE("KXScreen_MoreInHide")
-    emit QKXScreenConfig::getInstance()->modSignalMoreInHide(record);
-    return 1;
-    KX_CATCH("KXScreen_MoreInHide", 0)
+    return personSignal("KXScreen_MoreInHide", hScreen, hPlay,
+                        [](QKXScreenConfig* c, tagPersonInfo* p) { emit c->modSignalMoreInHide(p); });
 }
 
-#define KX_SCREEN_PROLOGUE(name, fail)                                                                         \
-    kxmodule::ensureAttached();                                                                               \
-    KX_THREAD_LOG(name);                                                                                      \
-    KXScreenHandle* h = validHandle(hScreen);                                                                 \
-    if (!h)                                                                                                   \
-        return fail;                                                                                          \
-    QDlgScreen* screen = screenPtr(h);                                                                        \
-    Q_UNUSED(screen);
-
-static const char* userIDString(void* hScreen, QByteArray KXScreenHandle::*field, QString (QDlgScreen::*read)() const)
+int KXScreen_SetPersonHeadImg(void* hScreen, void* hPlay, const QImage* image)
 {
-    kxmodule::ensureAttached();
-    KXScreenHandle* h = validHandle(hScreen);
-    if (!h)
-        return nullptr;
-    if (!onInterfaceThread()) {
-        KXLOG << "[ScreenMod]user ID queries belong on the interface thread";
-        return nullptr;
+    if (!image) {
+        logThread("KXScreen_SetPersonHeadImg");
+        KXLOG << "pImage == nullptr";
+        return 0;
     }
-    (h->*field) = (screenPtr(h)->*read)().toLocal8Bit();
-    return (h->*field).constData();
+    const QImage copy = image->copy();
+    return personCall("KXScreen_SetPersonHeadImg", hScreen, hPlay,
+                      [copy](QDlgScreen* s, tagPersonInfo* p) { return s->updatePersonHeadImg(p, copy); });
+}
+
+int KXScreen_SetUnjoinedPersonInfo(void* hScreen, void* hPlay, char* name, int iStatus, const QImage& image)
+{
+    const QString qname = fromLocal(name);
+    const QImage copy = image.copy();
+    return personCall("KXScreen_SetUnjoinedPersonInfo", hScreen, hPlay,
+                      [qname, iStatus, copy](QDlgScreen* s, tagPersonInfo* p) {
+                          return s->updateUnJoinedPersonInfo(p, qname, iStatus, copy);
+                      });
+}
+
+int KXScreen_AllLook(void* hScreen, void* hPlay, int bAllLook)
+{
+    return personCall("KXScreen_AllLook", hScreen, hPlay, [bAllLook](QDlgScreen* s, tagPersonInfo* p) {
+        s->onModAllLook(p, bAllLook != 0);
+        return true;
+    });
+}
+
+int KXScreen_LockLook(void* hScreen, void* hPlay, int bLockLook)
+{
+    return personCall("KXScreen_LockLook", hScreen, hPlay, [bLockLook](QDlgScreen* s, tagPersonInfo* p) {
+        s->onModLookLock(p, bLockLook != 0);
+        return true;
+    });
 }
 
 const char* KXScreen_GetAllLookUserID(void* hScreen)
 {
-    KX_TRY
-    KX_THREAD_LOG("KXScreen_GetAllLookUserID");
-    return userIDString(hScreen, &KXScreenHandle::allLookID, &QDlgScreen::allLookUserID);
-    KX_CATCH("KXScreen_GetAllLookUserID", nullptr)
+    return guarded<const char*>("KXScreen_GetAllLookUserID", nullptr, [&] {
+        return userIDString("KXScreen_GetAllLookUserID", hScreen, &KXScreenHandle::allLookID,
+                            &QDlgScreen::allLookUserID);
+    });
 }
 
 const char* KXScreen_GetLockLookUserID(void* hScreen)
 {
-    KX_TRY
-    KX_THREAD_LOG("KXScreen_GetLockLookUserID");
-    return userIDString(hScreen, &KXScreenHandle::lockLookID, &QDlgScreen::lockLookUserID);
-    KX_CATCH("KXScreen_GetLockLookUserID", nullptr)
+    return guarded<const char*>("KXScreen_GetLockLookUserID", nullptr, [&] {
+        return userIDString("KXScreen_GetLockLookUserID", hScreen, &KXScreenHandle::lockLookID,
+                            &QDlgScreen::lockLookUserID);
+    });
 }
 
 const char* KXScreen_GetShareUserID(void* hScreen)
 {
-    KX_TRY
-    KX_THREAD_LOG("KXScreen_GetShareUserID");
-    return userIDString(hScreen, &KXScreenHandle::shareID, &QDlgScreen::shareUserID);
-    KX_CATCH("KXScreen_GetShareUserID", nullptr)
+    return guarded<const char*>("KXScreen_GetShareUserID", nullptr, [&] {
+        return userIDString("KXScreen_GetShareUserID", hScreen, &KXScreenHandle::shareID, &QDlgScreen::shareUserID);
+    });
 }
 
 int KXScreen_FocusByUserID(void* hScreen, char* userID)
 {
-    KX_TRY
-    KX_SCREEN_PROLOGUE("KXScreen_FocusByUserID", 0)
-    emit QKXScreenConfig::getInstance()->modSignalFocusByUserID(fromLocal(userID));
-    return 1;
-    KX_CATCH("KXScreen_FocusByUserID", 0)
+    const QString id = fromLocal(userID);
+    return gallerySignal("KXScreen_FocusByUserID", hScreen,
+                         [id](QKXScreenConfig* c) { emit c->modSignalFocusByUserID(id); });
 }
 
 int KXScreen_SetVoiceActivateByUserID(void* hScreen, char* userID)
 {
-    KX_TRY
-    KX_SCREEN_PROLOGUE("KXScreen_SetVoiceActivateByUserID", 0)
-    emit QKXScreenConfig::getInstance()->modSignalVoiceActivate(fromLocal(userID));
-    return 1;
-    KX_CATCH("KXScreen_SetVoiceActivateByUserID", 0)
+    const QString id = fromLocal(userID);
+    return gallerySignal("KXScreen_SetVoiceActivateByUserID", hScreen,
+                         [id](QKXScreenConfig* c) { emit c->modSignalVoiceActivate(id); });
 }
 
 int KXScreen_CancelVoiceActivate(void* hScreen)
 {
-    KX_TRY
-    KX_SCREEN_PROLOGUE("KXScreen_CancelVoiceActivate", 0)
-    emit QKXScreenConfig::getInstance()->modSignalCancelVoiceActivate();
-    return 1;
-    KX_CATCH("KXScreen_CancelVoiceActivate", 0)
+    return gallerySignal("KXScreen_CancelVoiceActivate", hScreen,
+                         [](QKXScreenConfig* c) { emit c->modSignalCancelVoiceActivate(); });
 }
 
 int KXScreen_SetCurSpeakPerson(void* hScreen, char* userIDs)
 {
-    KX_TRY
-    KX_SCREEN_PROLOGUE("KXScreen_SetCurSpeakPerson", 0)
-    emit QKXScreenConfig::getInstance()->modSignalSetSpeakList(fromLocal(userIDs));
-    return 1;
-    KX_CATCH("KXScreen_SetCurSpeakPerson", 0)
+    const QString ids = fromLocal(userIDs);
+    return gallerySignal("KXScreen_SetCurSpeakPerson", hScreen,
+                         [ids](QKXScreenConfig* c) { emit c->modSignalSetSpeakList(ids); });
 }
 
 int KXScreen_UpdateNetWeak(void* hScreen, const char* userID, bool bNetWeak, int iNetLevel)
 {
-    KX_TRY
-    KX_SCREEN_PROLOGUE("KXScreen_UpdateNetWeak", 0)
-    emit QKXScreenConfig::getInstance()->modSignalUpdateNetWeak(fromLocal(userID), bNetWeak, iNetLevel);
-    return 1;
-    KX_CATCH("KXScreen_UpdateNetWeak", 0)
+    const QString id = fromLocal(userID);
+    return gallerySignal("KXScreen_UpdateNetWeak", hScreen, [id, bNetWeak, iNetLevel](QKXScreenConfig* c) {
+        emit c->modSignalUpdateNetWeak(id, bNetWeak, iNetLevel);
+    });
 }
 
 // ---------------------------------------------------------------------------
@@ -572,51 +523,49 @@ int KXScreen_UpdateNetWeak(void* hScreen, const char* userID, bool bNetWeak, int
 
 int KXScreen_SetCurMode(void* hScreen, int iMode)
 {
-    KX_TRY
-    KX_SCREEN_PROLOGUE("KXScreen_SetCurMode", 0)
-    emit QKXScreenConfig::getInstance()->modSignalSetScreenMode(iMode);
-    return 1;
-    KX_CATCH("KXScreen_SetCurMode", 0)
+    return gallerySignal("KXScreen_SetCurMode", hScreen,
+                         [iMode](QKXScreenConfig* c) { emit c->modSignalSetScreenMode(iMode); });
 }
 
 int KXScreen_GetCurMode(void* hScreen)
 {
-    KX_TRY
-    KX_SCREEN_PROLOGUE("KXScreen_GetCurMode", 0)
-    return QKXScreenConfig::getInstance()->curScreenMode();
-    KX_CATCH("KXScreen_GetCurMode", 0)
+    return guarded("KXScreen_GetCurMode", 0, [&] {
+        logThread("KXScreen_GetCurMode");
+        ScreenUse use(hScreen);
+        return use ? config()->curScreenMode() : 0;
+    });
 }
 
 int KXScreen_MoveWindow(void* hScreen, QRect rect, int flags)
 {
-    KX_TRY
-    KX_SCREEN_PROLOGUE("KXScreen_MoveWindow", 0)
-    emit QKXScreenConfig::getInstance()->modSignalMove(rect, flags);
-    return 1;
-    KX_CATCH("KXScreen_MoveWindow", 0)
+    return gallerySignal("KXScreen_MoveWindow", hScreen,
+                         [rect, flags](QKXScreenConfig* c) { emit c->modSignalMove(rect, flags); });
 }
 
 int KXScreen_JoinMeetingFinish(void* hScreen)
 {
-    KX_TRY
-    KX_SCREEN_PROLOGUE("KXScreen_JoinMeetingFinish", 0)
-    runOnUi(screen, [screen]() { screen->setJoinMeetingFinish(); });
-    return 1;
-    KX_CATCH("KXScreen_JoinMeetingFinish", 0)
+    return guarded("KXScreen_JoinMeetingFinish", 0, [&] {
+        logThread("KXScreen_JoinMeetingFinish");
+        ScreenUse use(hScreen);
+        if (!use)
+            return 0;
+        QDlgScreen* screen = use.screen();
+        toGallery(use, [screen]() { screen->setJoinMeetingFinish(); });
+        return 1;
+    });
 }
 
 int KXScreen_IsIconic(void* hScreen)
 {
-    KX_TRY
-    kxmodule::ensureAttached();
-    if (!hScreen)
-        return 0;
-    KXScreenHandle* h = validHandle(hScreen);
-    if (!h || !onInterfaceThread())
-        return 0;
-    QDlgScreen* screen = screenPtr(h);
-    return (screen->isMinimized() || screen->window()->isMinimized()) ? 1 : 0;
-    KX_CATCH("KXScreen_IsIconic", 0)
+    return guarded("KXScreen_IsIconic", 0, [&] {
+        ScreenUse use(hScreen);
+        if (!use || !kxsync::onInterfaceThread())
+            return 0;
+        // The gallery is a child widget and is never minimised itself: what
+        // the host minimises is its top-level window.
+        QDlgScreen* screen = use.screen();
+        return (screen->isMinimized() || screen->window()->isMinimized()) ? 1 : 0;
+    });
 }
 
 // ---------------------------------------------------------------------------
@@ -624,84 +573,69 @@ int KXScreen_IsIconic(void* hScreen)
 
 int KXScreen_ChangePrimaryScreen(void* hScreen, bool bPrimary)
 {
-    KX_TRY
-    KX_SCREEN_PROLOGUE("KXScreen_ChangePrimaryScreen", 0)
-    QKXScreenConfig::getInstance()->m_bPrimaryScreen.store(bPrimary);
-    emit QKXScreenConfig::getInstance()->modSignalPrimaryScreenChanged(bPrimary);
-    return 1;
-    KX_CATCH("KXScreen_ChangePrimaryScreen", 0)
+    return gallerySignal("KXScreen_ChangePrimaryScreen", hScreen, [bPrimary](QKXScreenConfig* c) {
+        c->m_bPrimaryScreen.store(bPrimary);
+        emit c->modSignalPrimaryScreenChanged(bPrimary);
+    });
 }
 
 int KXScreen_StartLocalShare(void* hScreen, int iShareType, bool bShare)
 {
-    KX_TRY
-    KX_SCREEN_PROLOGUE("KXScreen_StartLocalShare", 0)
-    emit QKXScreenConfig::getInstance()->modSignalStartLocalShare(iShareType, bShare);
-    return 1;
-    KX_CATCH("KXScreen_StartLocalShare", 0)
+    return gallerySignal("KXScreen_StartLocalShare", hScreen, [iShareType, bShare](QKXScreenConfig* c) {
+        emit c->modSignalStartLocalShare(iShareType, bShare);
+    });
 }
 
 int KXScreen_StopLocalShare(void* hScreen)
 {
-    KX_TRY
-    KX_SCREEN_PROLOGUE("KXScreen_StopLocalShare", 0)
-    emit QKXScreenConfig::getInstance()->modSignalStopLoaclShare();
-    return 1;
-    KX_CATCH("KXScreen_StopLocalShare", 0)
+    return gallerySignal("KXScreen_StopLocalShare", hScreen,
+                         [](QKXScreenConfig* c) { emit c->modSignalStopLoaclShare(); });
 }
 
 int KXScreen_SetShareWatermark(void* hScreen, QString text, bool bShow)
 {
-    KX_TRY
-    KX_SCREEN_PROLOGUE("KXScreen_SetShareWatermark", 0)
-    emit QKXScreenConfig::getInstance()->modSignalSetShareWatermark(text, bShow);
-    return 1;
-    KX_CATCH("KXScreen_SetShareWatermark", 0)
+    return gallerySignal("KXScreen_SetShareWatermark", hScreen,
+                         [text, bShow](QKXScreenConfig* c) { emit c->modSignalSetShareWatermark(text, bShow); });
 }
 
 int KXScreen_SetSharePaush(void* hScreen, bool bPause)
 {
-    KX_TRY
-    KX_SCREEN_PROLOGUE("KXScreen_SetSharePaush", 0)
-    emit QKXScreenConfig::getInstance()->modSignalSetSharePause(bPause);
-    return 1;
-    KX_CATCH("KXScreen_SetSharePaush", 0)
+    return gallerySignal("KXScreen_SetSharePaush", hScreen,
+                         [bPause](QKXScreenConfig* c) { emit c->modSignalSetSharePause(bPause); });
 }
 
 int KXScreen_ShareWhiteBoard(void* hScreen, const char* userID, bool bShare, bool bDulMode)
 {
-    KX_TRY
-    KX_SCREEN_PROLOGUE("KXScreen_ShareWhiteBoard", 0)
-    emit QKXScreenConfig::getInstance()->modSignalShareWhiteBoard(fromLocal(userID), bShare, bDulMode);
-    return 1;
-    KX_CATCH("KXScreen_ShareWhiteBoard", 0)
+    const QString id = fromLocal(userID);
+    return gallerySignal("KXScreen_ShareWhiteBoard", hScreen, [id, bShare, bDulMode](QKXScreenConfig* c) {
+        emit c->modSignalShareWhiteBoard(id, bShare, bDulMode);
+    });
 }
 
 int KXScreen_ReposShareWgtForAnnonate(void* hScreen)
 {
-    KX_TRY
-    KX_SCREEN_PROLOGUE("KXScreen_ReposShareWgtForAnnonate", 0)
-    emit QKXScreenConfig::getInstance()->modSignalReposShareWgtPos();
-    return 1;
-    KX_CATCH("KXScreen_ReposShareWgtForAnnonate", 0)
+    return gallerySignal("KXScreen_ReposShareWgtForAnnonate", hScreen,
+                         [](QKXScreenConfig* c) { emit c->modSignalReposShareWgtPos(); });
 }
 
 QRect KXScreen_GetShareWgtPos(void* hScreen)
 {
-    KX_TRY
-    KX_SCREEN_PROLOGUE("KXScreen_GetShareWgtPos", QRect())
-    if (!onInterfaceThread())
-        return QRect();
-    return screen->GetShareWgtPos();
-    KX_CATCH("KXScreen_GetShareWgtPos", QRect())
+    return guarded("KXScreen_GetShareWgtPos", QRect(), [&] {
+        logThread("KXScreen_GetShareWgtPos");
+        ScreenUse use(hScreen);
+        if (!use || !kxsync::onInterfaceThread())
+            return QRect();
+        return use.screen()->GetShareWgtPos();
+    });
 }
 
 int KXScreen_IsUserShare(void* hScreen)
 {
-    KX_TRY
-    KX_SCREEN_PROLOGUE("KXScreen_IsUserShare", 0)
-    return screen->isLocalShare() ? 1 : 0;
-    KX_CATCH("KXScreen_IsUserShare", 0)
+    return guarded("KXScreen_IsUserShare", 0, [&] {
+        logThread("KXScreen_IsUserShare");
+        ScreenUse use(hScreen);
+        return use && use.screen()->isLocalShare() ? 1 : 0;
+    });
 }
 
 // ---------------------------------------------------------------------------
@@ -709,87 +643,84 @@ int KXScreen_IsUserShare(void* hScreen)
 
 int KXScreen_ShowPicInPic(void* hScreen, bool bShow)
 {
-    KX_TRY
-    KX_SCREEN_PROLOGUE("KXScreen_ShowPicInPic", 0)
-    runOnUi(screen, [screen, bShow]() { screen->testShowPicInPicDialog(bShow); });
-    return 1;
-    KX_CATCH("KXScreen_ShowPicInPic", 0)
+    return guarded("KXScreen_ShowPicInPic", 0, [&] {
+        logThread("KXScreen_ShowPicInPic");
+        ScreenUse use(hScreen);
+        if (!use)
+            return 0;
+        QDlgScreen* screen = use.screen();
+        toGallery(use, [screen, bShow]() { screen->testShowPicInPicDialog(bShow); });
+        return 1;
+    });
 }
 
 QWidget* KXScreen_GetPicInPicWidgetPtr(void* hScreen)
 {
-    KX_TRY
-    KX_SCREEN_PROLOGUE("KXScreen_GetPicInPicWidgetPtr", nullptr)
-    return screen->GetPicInPicWidgetPtr();
-    KX_CATCH("KXScreen_GetPicInPicWidgetPtr", nullptr)
+    return guarded<QWidget*>("KXScreen_GetPicInPicWidgetPtr", nullptr, [&]() -> QWidget* {
+        logThread("KXScreen_GetPicInPicWidgetPtr");
+        ScreenUse use(hScreen);
+        return use ? use.screen()->GetPicInPicWidgetPtr() : nullptr;
+    });
 }
 
 int KXScreen_AddSentence(void* hScreen, int iType, int iIndex, char* name, char* text)
 {
-    KX_TRY
-    KX_SCREEN_PROLOGUE("KXScreen_AddSentence", 0)
-    QKXScreenConfig::getInstance()->addSentence(iType, iIndex, fromUtf8(name), fromUtf8(text));
-    return 1;
-    KX_CATCH("KXScreen_AddSentence", 0)
+    const QString qname = fromUtf8(name);
+    const QString qtext = fromUtf8(text);
+    return gallerySignal("KXScreen_AddSentence", hScreen, [iType, iIndex, qname, qtext](QKXScreenConfig* c) {
+        c->addSentence(iType, iIndex, qname, qtext);
+    });
 }
 
 int KXScreen_ClearSubtitles(void* hScreen)
 {
-    KX_TRY
-    KX_SCREEN_PROLOGUE("KXScreen_ClearSubtitles", 0)
-    QKXScreenConfig::getInstance()->clearSubtitles();
-    return 1;
-    KX_CATCH("KXScreen_ClearSubtitles", 0)
+    return gallerySignal("KXScreen_ClearSubtitles", hScreen, [](QKXScreenConfig* c) { c->clearSubtitles(); });
 }
 
 int KXScreen_OpenSubtitle(void* hScreen, bool bOpen)
 {
-    KX_TRY
-    KX_SCREEN_PROLOGUE("KXScreen_OpenSubtitle", 0)
-    emit QKXScreenConfig::getInstance()->modSignalOpenSubtitle(bOpen);
-    return 1;
-    KX_CATCH("KXScreen_OpenSubtitle", 0)
+    return gallerySignal("KXScreen_OpenSubtitle", hScreen,
+                         [bOpen](QKXScreenConfig* c) { emit c->modSignalOpenSubtitle(bOpen); });
 }
 
 int KXScreen_SetDPIs(void* hScreen, double dpi1, double dpi2)
 {
-    KX_TRY
-    kxmodule::ensureAttached();
-    KXLOG << "[ScreenMod]KXScreen_SetDPIs dpi1=:" << dpi1 << ";dpi2=" << dpi2;
-    if (!validHandle(hScreen))
-        return 0;
-    // The factors scale every tile's viewport into integer pixels: only a
-    // finite, positive factor that a screen can have is taken.
-    const auto plausible = [](double d) { return std::isfinite(d) && d > 0.0 && d <= 16.0; };
-    if (!plausible(dpi1) || !plausible(dpi2)) {
-        KXLOG << "[ScreenMod]KXScreen_SetDPIs refused: a factor is not between 0 and 16";
-        return 0;
-    }
-    QKXScreenConfig::getInstance()->setDPIs(dpi1, dpi2);
-    return 1;
-    KX_CATCH("KXScreen_SetDPIs", 0)
+    return guarded("KXScreen_SetDPIs", 0, [&] {
+        KXLOG << "[ScreenMod]KXScreen_SetDPIs dpi1=:" << dpi1 << ";dpi2=" << dpi2;
+        ScreenUse use(hScreen);
+        if (!use)
+            return 0;
+        // The factors scale every tile's viewport into integer pixels: only a
+        // finite, positive factor that a screen can have is taken.
+        const auto plausible = [](double d) { return std::isfinite(d) && d > 0.0 && d <= 16.0; };
+        if (!plausible(dpi1) || !plausible(dpi2)) {
+            KXLOG << "[ScreenMod]KXScreen_SetDPIs refused: a factor is not between 0 and 16";
+            return 0;
+        }
+        config()->setDPIs(dpi1, dpi2);
+        return 1;
+    });
 }
 
 int KXScreen_SetIsNewSkin(void* hScreen, bool bNewSkin)
 {
-    KX_TRY
     Q_UNUSED(hScreen);
-    kxmodule::ensureAttached();
-    QKXScreenConfig::getInstance()->setNewSkin(bNewSkin);
-    return 1;
-    KX_CATCH("KXScreen_SetIsNewSkin", 0)
+    return guarded("KXScreen_SetIsNewSkin", 0, [&] {
+        config()->setNewSkin(bNewSkin);
+        return 1;
+    });
 }
 
 int KXScreen_SetMeetingRoomMinimized(void* hScreen, bool bMinimized)
 {
-    KX_TRY
     Q_UNUSED(hScreen);
-    kxmodule::ensureAttached();
-    KXLOG << "[ScreenMod]KXScreen_SetMeetingRoomMinimized, bMinimized:" << bMinimized;
-    QKXScreenConfig::getInstance()->m_bMeetingRoomMinimized.store(bMinimized);
-    emit QKXScreenConfig::getInstance()->modSignalMeetingRoomMinimized(bMinimized);
-    return 1;
-    KX_CATCH("KXScreen_SetMeetingRoomMinimized", 0)
+    return guarded("KXScreen_SetMeetingRoomMinimized", 0, [&] {
+        KXLOG << "[ScreenMod]KXScreen_SetMeetingRoomMinimized, bMinimized:" << bMinimized;
+        QKXScreenConfig* cfg = config();
+        cfg->m_bMeetingRoomMinimized.store(bMinimized);
+        kxsync::runOnUi(cfg, [cfg, bMinimized]() { emit cfg->modSignalMeetingRoomMinimized(bMinimized); });
+        return 1;
+    });
 }
 
 // ---------------------------------------------------------------------------
@@ -797,21 +728,24 @@ int KXScreen_SetMeetingRoomMinimized(void* hScreen, bool bMinimized)
 
 int KXScreen_ChangeShowPage(void* hScreen, bool bNext)
 {
-    KX_TRY
-    KX_SCREEN_PROLOGUE("KXScreen_ChangeShowPage", 0)
-    const int key = bNext ? Qt::Key_Up : Qt::Key_Down;
-    runOnUi(screen, [screen, key]() { screen->onKey(key); });
-    return 1;
-    KX_CATCH("KXScreen_ChangeShowPage", 0)
+    return guarded("KXScreen_ChangeShowPage", 0, [&] {
+        logThread("KXScreen_ChangeShowPage");
+        ScreenUse use(hScreen);
+        if (!use)
+            return 0;
+        QDlgScreen* screen = use.screen();
+        const int key = bNext ? Qt::Key_Up : Qt::Key_Down;
+        toGallery(use, [screen, key]() { screen->onKey(key); });
+        return 1;
+    });
 }
 
 int KXScreen_SetDefStreamType(void* hScreen, void* hPlay)
 {
-    KX_TRY
-    KX_PERSON_PROLOGUE("KXScreen_SetDefStreamType")
-    runOnUi(screen, [screen, record]() { screen->setPersonDefStreamType(record); });
-    return 1;
-    KX_CATCH("KXScreen_SetDefStreamType", 0)
+    return personCall("KXScreen_SetDefStreamType", hScreen, hPlay, [](QDlgScreen* s, tagPersonInfo* p) {
+        s->setPersonDefStreamType(p);
+        return true;
+    });
 }
 
 } // extern "C"

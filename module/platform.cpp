@@ -2,7 +2,7 @@
 
 #include "personinfo.h"
 
-#include <QMutex>
+#include <mutex>
 #include <QHash>
 #include <QString>
 #include <cstring>
@@ -107,7 +107,7 @@ bool readPlayData(const void* hPlay, void** record)
 #else
 
 namespace {
-QMutex g_liveLock;
+std::mutex g_liveLock;
 QHash<const void*, std::size_t>& liveSet()
 {
     static QHash<const void*, std::size_t> set;
@@ -146,26 +146,26 @@ bool isReadable(const void* p, std::size_t size)
 {
     if (!p)
         return false;
-    QMutexLocker lock(&g_liveLock);
+    std::lock_guard<std::mutex> lock(g_liveLock);
     auto it = liveSet().constFind(p);
     return it != liveSet().constEnd() && it.value() == size;
 }
 
 void registerLive(const void* p, std::size_t size)
 {
-    QMutexLocker lock(&g_liveLock);
+    std::lock_guard<std::mutex> lock(g_liveLock);
     liveSet().insert(p, size);
 }
 
 void unregisterLive(const void* p)
 {
-    QMutexLocker lock(&g_liveLock);
+    std::lock_guard<std::mutex> lock(g_liveLock);
     liveSet().remove(p);
 }
 
 bool readPlayData(const void* hPlay, void** record)
 {
-    QMutexLocker lock(&g_liveLock);
+    std::lock_guard<std::mutex> lock(g_liveLock);
     auto it = liveSet().constFind(hPlay);
     if (!hPlay || it == liveSet().constEnd() || it.value() != sizeof(ST_KXPlayHdl))
         return false;

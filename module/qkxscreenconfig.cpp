@@ -2,6 +2,7 @@
 
 #include "cabsuimsgcallback.h"
 #include "kxscreenmod2.h"
+#include "kxsync.h"
 #include "modulelog.h"
 #include "personinfo.h"
 
@@ -60,9 +61,15 @@ QKXScreenConfig::QKXScreenConfig(QObject* parent)
 
 QKXScreenConfig::~QKXScreenConfig() = default;
 
+bool QKXScreenConfig::event(QEvent* e)
+{
+    // Work posted from a host thread (kxsync::post) runs here.
+    return kxsync::handle(e) || QObject::event(e);
+}
+
 bool QKXScreenConfig::testDelPerson(void* pPerson, bool bErase)
 {
-    QMutexLocker lock(&m_registryLock);
+    std::lock_guard<std::mutex> lock(m_registryLock);
     auto it = m_deletedPersonRegistry.find(pPerson);
     if (it == m_deletedPersonRegistry.end())
         return false;
@@ -73,19 +80,19 @@ bool QKXScreenConfig::testDelPerson(void* pPerson, bool bErase)
 
 void QKXScreenConfig::addDelPerson(void* pPerson)
 {
-    QMutexLocker lock(&m_registryLock);
+    std::lock_guard<std::mutex> lock(m_registryLock);
     m_deletedPersonRegistry.insert(pPerson, pPerson);
 }
 
 void QKXScreenConfig::clearDelPersons()
 {
-    QMutexLocker lock(&m_registryLock);
+    std::lock_guard<std::mutex> lock(m_registryLock);
     m_deletedPersonRegistry.clear();
 }
 
 int QKXScreenConfig::delPersonCount() const
 {
-    QMutexLocker lock(&m_registryLock);
+    std::lock_guard<std::mutex> lock(m_registryLock);
     return m_deletedPersonRegistry.size();
 }
 
@@ -106,13 +113,13 @@ QString QKXScreenConfig::getScreenColor() const
 
 void QKXScreenConfig::setBaseDir(const QString& dir)
 {
-    QMutexLocker lock(&m_settingsLock);
+    std::lock_guard<std::mutex> lock(m_settingsLock);
     m_qstrBaseDir = dir;
 }
 
 QString QKXScreenConfig::baseDir() const
 {
-    QMutexLocker lock(&m_settingsLock);
+    std::lock_guard<std::mutex> lock(m_settingsLock);
     return m_qstrBaseDir;
 }
 
@@ -144,20 +151,20 @@ void QKXScreenConfig::addCallback(CAbsUIMsgCallback* cb)
 {
     if (!cb)
         return;
-    QMutexLocker lock(&m_callbackLock);
+    std::lock_guard<std::mutex> lock(m_callbackLock);
     if (!m_callbacks.contains(cb))
         m_callbacks.append(cb);
 }
 
 void QKXScreenConfig::removeCallback(CAbsUIMsgCallback* cb)
 {
-    QMutexLocker lock(&m_callbackLock);
+    std::lock_guard<std::mutex> lock(m_callbackLock);
     m_callbacks.removeAll(cb);
 }
 
 int QKXScreenConfig::callbackCount() const
 {
-    QMutexLocker lock(&m_callbackLock);
+    std::lock_guard<std::mutex> lock(m_callbackLock);
     return m_callbacks.size();
 }
 
@@ -167,13 +174,13 @@ void QKXScreenConfig::notifyHost(unsigned int msg, quint64 wParam, quint64 lPara
     // its callback) does not disturb the iteration.
     QList<CAbsUIMsgCallback*> targets;
     {
-        QMutexLocker lock(&m_callbackLock);
+        std::lock_guard<std::mutex> lock(m_callbackLock);
         targets = m_callbacks;
     }
     for (CAbsUIMsgCallback* cb : targets) {
         {
             // Skip a target released by an earlier callback of this same round.
-            QMutexLocker lock(&m_callbackLock);
+            std::lock_guard<std::mutex> lock(m_callbackLock);
             if (!m_callbacks.contains(cb))
                 continue;
         }
@@ -189,20 +196,20 @@ void QKXScreenConfig::notifyHost(unsigned int msg, quint64 wParam, quint64 lPara
 
 void QKXScreenConfig::setDPIs(double d1, double d2)
 {
-    QMutexLocker lock(&m_settingsLock);
+    std::lock_guard<std::mutex> lock(m_settingsLock);
     m_dpi1 = d1;
     m_dpi2 = d2;
 }
 
 double QKXScreenConfig::dpi1() const
 {
-    QMutexLocker lock(&m_settingsLock);
+    std::lock_guard<std::mutex> lock(m_settingsLock);
     return m_dpi1;
 }
 
 double QKXScreenConfig::dpi2() const
 {
-    QMutexLocker lock(&m_settingsLock);
+    std::lock_guard<std::mutex> lock(m_settingsLock);
     return m_dpi2;
 }
 

@@ -3,10 +3,9 @@
 
 #include <QList>
 #include <QMap>
-#include <QMutex>
+#include <mutex>
 #include <QObject>
 #include <QRect>
-#include <QRecursiveMutex>
 #include <QString>
 #include <atomic>
 
@@ -77,7 +76,7 @@ public:
     double dpi2() const;
 
     // Frame lock: held by PlayFrame, DelPerson and participant removal.
-    QRecursiveMutex& frameLock() { return m_frameLock; }
+    std::recursive_mutex& frameLock() { return m_frameLock; }
 
     // Debug frame dump: writes the whole frame to
     // "<base>/log/tmpFrame/(<name>)<id>_<w>x<h>.yuv"; the directory is not created.
@@ -172,6 +171,9 @@ public:
     void addSentence(int iType, int iIndex, const QString& name, const QString& text);
     void clearSubtitles();
 
+protected:
+    bool event(QEvent* e) override;
+
 private:
     explicit QKXScreenConfig(QObject* parent = nullptr);
     ~QKXScreenConfig() override;
@@ -181,15 +183,15 @@ private:
     std::atomic<bool> m_bShowResolution{false};
     std::atomic<bool> m_bNewSkin{false};
 
-    mutable QMutex m_registryLock;           // guards m_deletedPersonRegistry
+    mutable std::mutex m_registryLock;           // guards m_deletedPersonRegistry
     QMap<void*, void*> m_deletedPersonRegistry;
-    mutable QMutex m_callbackLock;           // guards m_callbacks
+    mutable std::mutex m_callbackLock;           // guards m_callbacks
     QList<CAbsUIMsgCallback*> m_callbacks;
-    mutable QMutex m_settingsLock;           // guards m_qstrBaseDir, dpi
+    mutable std::mutex m_settingsLock;           // guards m_qstrBaseDir, dpi
     QString m_qstrBaseDir;
     double m_dpi1 = 1.0;
     double m_dpi2 = 1.0;
-    QRecursiveMutex m_frameLock;
+    std::recursive_mutex m_frameLock;
     int m_iNotifyDepth = 0;                  // host functions running, interface thread only
 };
 

@@ -1,6 +1,7 @@
 #include "cplaywidget.h"
 
 #include "kxscreenmod2.h"
+#include "kxsync.h"
 #include "modulelog.h"
 #include "personinfo.h"
 #include "qdlgplayinfo.h"
@@ -113,7 +114,7 @@ void CPlayWidget::setPersonData(void* person, bool bFlag)
     {
         // The host thread may drop the pointer (freed record), so even the
         // first look at it is taken under the mutex.
-        QMutexLocker lock(&m_mutex);
+        std::lock_guard<std::recursive_mutex> lock(m_mutex);
         if (!m_pPersonInfo && !newPerson)
             return;
         if (m_pPersonInfo && isDeletedPerson(m_pPersonInfo)) {
@@ -125,7 +126,10 @@ void CPlayWidget::setPersonData(void* person, bool bFlag)
         m_pPersonInfo = newPerson;
         if (newPerson) {
             if (newPerson->iWidth != 0) {
-                newPerson->iAlignedWidth = newPerson->iWidth & ~7;
+                {
+                    std::lock_guard<std::recursive_mutex> buf(newPerson->bufMutex);
+                    newPerson->iAlignedWidth = newPerson->iWidth & ~7;
+                }
                 emit notifyViewCenter(width(), height());
             }
             KXLOG << "[ScreenMod]CPlayWidget::setPersonData this:" << this << ", name" << newPerson->userName;
@@ -151,16 +155,17 @@ void CPlayWidget::setPersonData(void* person, bool bFlag)
 
 tagPersonInfo* CPlayWidget::personInfo() const
 {
-    QMutexLocker lock(&m_mutex);
+    std::lock_guard<std::recursive_mutex> lock(m_mutex);
     return m_pPersonInfo;
 }
 
 void CPlayWidget::ClearVideo()
 {
-    QMutexLocker lock(&m_mutex);
+    std::lock_guard<std::recursive_mutex> lock(m_mutex);
     if (!m_pPersonInfo)
         return;
     tagPersonInfo* p = m_pPersonInfo;
+    std::lock_guard<std::recursive_mutex> buf(p->bufMutex);
     if (p->m_pBufYuv420p && p->iBufLen > 0) {
         // The chroma offsets use iWidth (not iAlignedWidth) and so may not match
         // where the renderer reads chroma for widths that are not multiples of 8.
@@ -178,7 +183,7 @@ void CPlayWidget::ClearVideo()
 
 bool CPlayWidget::PlayOneFrame(const KxCloudRTCVideoFrameQT* frame, const tagPersonInfo* owner)
 {
-    QMutexLocker lock(&m_mutex);
+    std::lock_guard<std::recursive_mutex> lock(m_mutex);
     if (!m_pPersonInfo)
         return false;
     // While a layout pass rebinds tiles, a participant's tile pointer can
@@ -194,7 +199,7 @@ bool CPlayWidget::PlayOneFrame(const KxCloudRTCVideoFrameQT* frame, const tagPer
 
     // A frame the copy cannot trust is refused before anything is touched, so
     // the buffer and the picture already in it stay as they are.
-    const char* reason = frame ? kxvideo::frameRejectReason(frame->data, frame->width, frame->height)
+    const char* reason = frame ? kxvideo::frameRejectReason(frame->data, frame->width, frame->height, frame->length)
                                : "null frame";
     if (reason) {
         KXLOG << QStringLiteral("PlayOneFrame refused frame: %1, userName:%2, size:%3x%4")
@@ -212,6 +217,7 @@ bool CPlayWidget::PlayOneFrame(const KxCloudRTCVideoFrameQT* frame, const tagPer
     const int width = frame->width;
     const int height = frame->height;
     const int A = width & ~7;
+    std::lock_guard<std::recursive_mutex> buf(m_pPersonInfo->bufMutex);
 
     if (width != m_pPersonInfo->iWidth || height != m_pPersonInfo->iHeight || m_bChangeTag)
         SetVideoSize(unsigned(width), unsigned(height));
@@ -224,17 +230,18 @@ bool CPlayWidget::PlayOneFrame(const KxCloudRTCVideoFrameQT* frame, const tagPer
     // Rows are cut to A bytes so that every texture row is a multiple of 8;
     // for odd heights V lands one chroma row later than the renderer reads it.
     kxvideo::copyI420Aligned(frame->data, width, height, m_pPersonInfo->m_pBufYuv420p);
-    emit notifyRender();
+    fromAnyThread(&CPlayWidget::notifyRender);
     return true;
 }
 
 void CPlayWidget::SetVideoSize(unsigned int width, unsigned int height)
 {
-    QMutexLocker lock(&m_mutex);
+    std::lock_guard<std::recursive_mutex> lock(m_mutex);
     if (width == 0 || height == 0 || !m_pPersonInfo)
         return;
 
     tagPersonInfo* p = m_pPersonInfo;
+    std::lock_guard<std::recursive_mutex> buf(p->bufMutex);
     const qint64 bufSize = kxvideo::bufferSizeFor(width, height);
     if (bufSize < 0) {
         KXLOG << QStringLiteral("SetVideoSize refused size: %1x%2, userName:%3")
@@ -268,7 +275,27 @@ void CPlayWidget::SetVideoSize(unsigned int width, unsigned int height)
     KXLOG << "2SetVideoSize m_pPersonInfo->iWidth:" << p->iWidth << ", m_pPersonInfo->iHeight:" << p->iHeight
           << ", m_pPersonInfo->iBufLen:" << p->iBufLen << ", iTmpLen:" << need;
 
-    emit notifyViewCenter(this->width(), this->height());
+    fromAnyThread(&CPlayWidget::notifyViewCenter);
+}
+
+void CPlayWidget::fromAnyThread(void (CPlayWidget::*signal)())
+{
+    // On the interface thread the notice is handled at once; from a host
+    // thread it is queued to the interface thread, where the tile lives.
+    if (kxsync::onInterfaceThread())
+        (this->*signal)();
+    else
+        kxsync::post(this, [this, signal]() { (this->*signal)(); });
+}
+
+void CPlayWidget::fromAnyThread(void (CPlayWidget::*signal)(int, int))
+{
+    // The size is the tile's own when the notice is handled: onViewCenter
+    // reads width() and height() itself.
+    if (kxsync::onInterfaceThread())
+        (this->*signal)(width(), height());
+    else
+        kxsync::post(this, [this, signal]() { (this->*signal)(width(), height()); });
 }
 
 // ---------------------------------------------------------------------------
@@ -319,13 +346,13 @@ bool CPlayWidget::isNoVideo() const
 
 QRect CPlayWidget::videoRect() const
 {
-    QMutexLocker lock(&m_mutex);
+    std::lock_guard<std::recursive_mutex> lock(m_mutex);
     return QRect(m_iDspX, m_iDspY, m_iDspWidth, m_iDspHeight);
 }
 
 void CPlayWidget::addVideoRect(QRect& rc) const
 {
-    QMutexLocker lock(&m_mutex);
+    std::lock_guard<std::recursive_mutex> lock(m_mutex);
     rc.setLeft(rc.left() + m_iDspX);
     rc.setTop(rc.top() + m_iDspY);
     rc.setRight(rc.left() + m_iDspWidth);
@@ -344,7 +371,7 @@ bool CPlayWidget::isFocusTile() const
 
 bool CPlayWidget::isChangeTag() const
 {
-    QMutexLocker lock(&m_mutex);
+    std::lock_guard<std::recursive_mutex> lock(m_mutex);
     return m_bChangeTag;
 }
 
@@ -380,7 +407,7 @@ void CPlayWidget::onViewCenter(int iWidth, int iHeight)
     Q_UNUSED(iHeight);
     QRect rc;
     {
-        QMutexLocker lock(&m_mutex);
+        std::lock_guard<std::recursive_mutex> lock(m_mutex);
         if (!m_pPersonInfo || m_pPersonInfo->iWidth == 0 || m_pPersonInfo->iHeight == 0)
             return;
         rc = kxvideo::fitVideo(width(), height(), m_pPersonInfo->iWidth, m_pPersonInfo->iHeight);
@@ -395,7 +422,7 @@ void CPlayWidget::onViewCenter(int iWidth, int iHeight)
 void CPlayWidget::delayResetChangeTag()
 {
     {
-        QMutexLocker lock(&m_mutex);
+        std::lock_guard<std::recursive_mutex> lock(m_mutex);
         m_bChangeTag = false;
     }
     if (isVisible())
@@ -405,6 +432,12 @@ void CPlayWidget::delayResetChangeTag()
 // ---------------------------------------------------------------------------
 // Events
 // ---------------------------------------------------------------------------
+
+bool CPlayWidget::event(QEvent* e)
+{
+    // Notices posted from the host's threads (fromAnyThread) run here.
+    return kxsync::handle(e) || QOpenGLWidget::event(e);
+}
 
 void CPlayWidget::timerEvent(QTimerEvent* event)
 {
@@ -428,7 +461,7 @@ void CPlayWidget::mouseDoubleClickEvent(QMouseEvent* event)
     // start the click timer again.
     m_pClickTimer->stop();
     if (event->button() == Qt::RightButton) {
-        QMutexLocker lock(&m_mutex);
+        std::lock_guard<std::recursive_mutex> lock(m_mutex);
         m_bDumpNextFrame = true;
     } else {
         emit mouseLDClick(this);
@@ -493,7 +526,7 @@ void CPlayWidget::resizeGL(int w, int h)
 
 void CPlayWidget::paintGL()
 {
-    QMutexLocker lock(&m_mutex);
+    std::lock_guard<std::recursive_mutex> lock(m_mutex);
     tagPersonInfo* p = m_pPersonInfo;
     if (!p) {
         KXLOG << "painGL this:" << this << ", m_pPersonInfo:" << static_cast<void*>(p);
@@ -504,6 +537,9 @@ void CPlayWidget::paintGL()
         KXLOG << "m_pPersonInfo had delete";
         return;
     }
+    // Records are freed on this thread only, so once it is known to be live it
+    // stays so for this paint; its buffer is guarded against the host thread.
+    std::lock_guard<std::recursive_mutex> buf(p->bufMutex);
     if (!p->m_pBufYuv420p) {
         KXLOG << "nullptr == YUVBuf, userName:" << p->userName << ", bPreview:" << p->bPreview
               << ", eStreamStatus:" << p->eStreamStatus;

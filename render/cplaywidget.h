@@ -6,7 +6,7 @@
 #include <QOpenGLTexture>
 #include <QOpenGLWidget>
 #include <QPoint>
-#include <QRecursiveMutex>
+#include <mutex>
 #include <QRect>
 #include <atomic>
 
@@ -86,6 +86,7 @@ public slots:
     void delayResetChangeTag();
 
 protected:
+    bool event(QEvent* e) override;
     void timerEvent(QTimerEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
@@ -98,6 +99,10 @@ private:
     // Releases the GL objects while their context is current; they are made
     // afresh by initializeGL in the next context.
     void releaseGL();
+    // Emits a notice of this tile on the interface thread: at once there,
+    // queued from a host thread.
+    void fromAnyThread(void (CPlayWidget::*signal)());
+    void fromAnyThread(void (CPlayWidget::*signal)(int, int));
 
     int m_locTexY = 0;
     int m_locTexU = 0;
@@ -116,7 +121,7 @@ private:
     tagPersonInfo* m_pPersonInfo = nullptr;
     QTimer* m_pClickTimer = nullptr;
     QPoint m_ptPress;
-    mutable QRecursiveMutex m_mutex;
+    mutable std::recursive_mutex m_mutex;
     int m_iDevicePixelRatio = 1;
     bool m_bDumpNextFrame = false;
 

@@ -57,7 +57,12 @@ qint64 bufferSizeFor(qint64 width, qint64 height)
     return need;
 }
 
-const char* frameRejectReason(const void* data, qint64 width, qint64 height)
+qint64 i420Size(qint64 width, qint64 height)
+{
+    return width * height + 2 * ((width + 1) / 2) * ((height + 1) / 2);
+}
+
+const char* frameRejectReason(const void* data, qint64 width, qint64 height, qint64 length)
 {
     if (!data)
         return "null data";
@@ -65,8 +70,12 @@ const char* frameRejectReason(const void* data, qint64 width, qint64 height)
         return "width not positive";
     if (height <= 0)
         return "height not positive";
+    if (width > kMaxFrameSide || height > kMaxFrameSide)
+        return "side above 16384 pixels";
     if (bufferSizeFor(width, height) < 0)
         return "size overflows the buffer";
+    if (length < i420Size(width, height))
+        return "length smaller than the picture";
     return nullptr;
 }
 

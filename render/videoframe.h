@@ -17,8 +17,17 @@ QRect fitVideo(int W, int H, int videoW, int videoH);
 // either side is not positive or the size does not fit a signed 32-bit int.
 qint64 bufferSizeFor(qint64 width, qint64 height);
 
-// Why a frame cannot be copied safely, or nullptr when it can.
-const char* frameRejectReason(const void* data, qint64 width, qint64 height);
+// Largest picture side taken: beyond it a frame is refused rather than given
+// gigabytes of buffer per participant.
+constexpr qint64 kMaxFrameSide = 16384;
+// Bytes of a tightly packed I420 picture: width x height luma and two chroma
+// planes of ceil(width/2) x ceil(height/2).
+qint64 i420Size(qint64 width, qint64 height);
+
+// Why a frame cannot be copied safely, or nullptr when it can. length is the
+// byte count the host declares for the picture: the copy reads i420Size bytes,
+// so a smaller length is refused (reading on would leave the host's buffer).
+const char* frameRejectReason(const void* data, qint64 width, qint64 height, qint64 length);
 
 // Copies an I420 picture into dst, rows cut to A = width & ~7 bytes:
 // Y (height rows of A), then U and V (ch = (height+1)/2 rows of (A+1)/2 each).

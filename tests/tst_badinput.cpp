@@ -458,10 +458,30 @@ void TstBadInput::badPlayHandle()
             ++tally()[QLatin1String(QTest::currentDataTag())];
         }
     }
-    // A module handle from another gallery with this gallery's play handle.
+    // A play handle is good only for the gallery that issued it: another
+    // gallery refuses it as unreadable, both ways round, and neither changes.
     void* other = KXScreen_Init(m_host, "", recorder1);
     QVERIFY(other);
+    QByteArray id("olga"), n("Olga");
+    void* olga = KXScreen_AddPerson(other, id.data(), id.data(), n.data(), 5, 0, nullptr, 1);
+    QVERIFY(olga);
+    settle();
+    const Snapshot before = snap();
+    const Snapshot otherBefore = Snapshot::take(other, {olga});
+    for (bool hostThread : {false, true}) {
+        for (const auto& pair : {qMakePair(m_h, olga), qMakePair(other, m_alice)}) {
+            QTest::ignoreMessage(QtDebugMsg, unreadable);
+            const qint64 r = hostThread ? onHostThread([&]() { return call(pair.first, pair.second); })
+                                        : call(pair.first, pair.second);
+            QCOMPARE(r, qint64(0));
+        }
+    }
+    settle();
+    QCOMPARE(before.diff(snap()), QString());
+    QCOMPARE(otherBefore.diff(Snapshot::take(other, {olga})), QString());
+    QCOMPARE(KXScreen_DelPerson(other, olga), 1);
     KXScreen_Release(other);
+    settle();
 }
 
 // ---------------------------------------------------------------------------
@@ -564,24 +584,29 @@ void TstBadInput::frames_data()
     QTest::addColumn<int>("w");
     QTest::addColumn<int>("h");
     QTest::addColumn<bool>("nullData");
+    QTest::addColumn<int>("length"); // bytes that exist and are declared; -1: a few
     QTest::addColumn<QString>("reason"); // empty: taken
-    QTest::newRow("zero width") << 0 << 36 << false << "width not positive";
-    QTest::newRow("zero height") << 64 << 0 << false << "height not positive";
-    QTest::newRow("zero both") << 0 << 0 << false << "width not positive";
-    QTest::newRow("negative width") << -64 << 36 << false << "width not positive";
-    QTest::newRow("negative height") << 64 << -36 << false << "height not positive";
-    QTest::newRow("most negative") << INT_MIN << INT_MIN << false << "width not positive";
-    QTest::newRow("overflowing 46341 square") << 46341 << 46341 << false << "size overflows the buffer";
-    QTest::newRow("overflowing int max") << INT_MAX << INT_MAX << false << "size overflows the buffer";
-    QTest::newRow("overflowing one row") << INT_MAX << 1 << false << "size overflows the buffer";
-    QTest::newRow("overflowing one column") << 1 << INT_MAX << false << "size overflows the buffer";
-    QTest::newRow("null data") << 64 << 36 << true << "null data";
-    QTest::newRow("null data, zero size") << 0 << 0 << true << "null data";
-    QTest::newRow("odd 63x35") << 63 << 35 << false << "";
-    QTest::newRow("odd 1x1") << 1 << 1 << false << "";
-    QTest::newRow("odd 7x3") << 7 << 3 << false << "";
-    QTest::newRow("odd 641x359") << 641 << 359 << false << "";
-    QTest::newRow("huge 7680x4320") << 7680 << 4320 << false << "";
+    QTest::newRow("zero width") << 0 << 36 << false << -1 << "width not positive";
+    QTest::newRow("zero height") << 64 << 0 << false << -1 << "height not positive";
+    QTest::newRow("zero both") << 0 << 0 << false << -1 << "width not positive";
+    QTest::newRow("negative width") << -64 << 36 << false << -1 << "width not positive";
+    QTest::newRow("negative height") << 64 << -36 << false << -1 << "height not positive";
+    QTest::newRow("most negative") << INT_MIN << INT_MIN << false << -1 << "width not positive";
+    QTest::newRow("46341 square") << 46341 << 46341 << false << -1 << "side above 16384 pixels";
+    QTest::newRow("int max") << INT_MAX << INT_MAX << false << -1 << "side above 16384 pixels";
+    QTest::newRow("int max wide, one row") << INT_MAX << 1 << false << -1 << "side above 16384 pixels";
+    QTest::newRow("one column, int max tall") << 1 << INT_MAX << false << -1 << "side above 16384 pixels";
+    QTest::newRow("32767 square") << 32767 << 32767 << false << -1 << "side above 16384 pixels";
+    QTest::newRow("null data") << 64 << 36 << true << -1 << "null data";
+    QTest::newRow("null data, zero size") << 0 << 0 << true << -1 << "null data";
+    QTest::newRow("1920x1080 over 64 bytes") << 1920 << 1080 << false << 64 << "length smaller than the picture";
+    QTest::newRow("63x35 one byte short") << 63 << 35 << false << 63 * 35 + 2 * 32 * 18 - 1
+                                          << "length smaller than the picture";
+    QTest::newRow("odd 63x35") << 63 << 35 << false << 0 << "";
+    QTest::newRow("odd 1x1") << 1 << 1 << false << 0 << "";
+    QTest::newRow("odd 7x3") << 7 << 3 << false << 0 << "";
+    QTest::newRow("odd 641x359") << 641 << 359 << false << 0 << "";
+    QTest::newRow("huge 7680x4320") << 7680 << 4320 << false << 0 << "";
 }
 
 void TstBadInput::frames()
@@ -589,22 +614,24 @@ void TstBadInput::frames()
     QFETCH(int, w);
     QFETCH(int, h);
     QFETCH(bool, nullData);
+    QFETCH(int, length);
     QFETCH(QString, reason);
     ModuleLogOn logOn;
     tagPersonInfo* rec = recordOf(m_alice);
     QVERIFY(rec->pWidget);
     if (!reason.isEmpty()) {
-        // The data, when there is any, is never read: a few bytes stand in for the picture.
-        static const uint8_t junk[16] = {};
+        // Exactly the bytes the record declares exist, so that a read past
+        // them is caught; where the sides alone refuse it, a few stand in.
+        std::vector<uint8_t> bytes(length < 0 ? 16 : length);
         KxCloudRTCVideoFrameQT f{};
-        f.data = nullData ? nullptr : junk;
-        f.length = sizeof junk;
+        f.data = nullData ? nullptr : bytes.data();
+        f.length = uint32_t(bytes.size());
         f.width = w;
         f.height = h;
         for (bool hostThread : {false, true}) {
             const Snapshot before = snap();
-            QTest::ignoreMessage(QtDebugMsg, qPrintable(QStringLiteral("[ScreenMod]PlayFrame refused: %1 ,userName: Alice ,size: %2 x %3")
-                                                            .arg(reason).arg(w).arg(h)));
+            QTest::ignoreMessage(QtDebugMsg, qPrintable(QStringLiteral("[ScreenMod]PlayFrame refused: %1 ,userName: Alice ,size: %2 x %3 ,length: %4")
+                                                            .arg(reason).arg(w).arg(h).arg(f.length)));
             const int r = hostThread ? onHostThread([&]() { return KXScreen_PlayFrame(m_h, m_alice, &f); })
                                      : KXScreen_PlayFrame(m_h, m_alice, &f);
             settle();
@@ -841,7 +868,7 @@ void TstBadInput::dumpStaysInItsDirectory()
 void TstBadInput::dumpReadsOnlyThePicture()
 {
     // A record whose length says more than its picture holds: the dump writes
-    // the picture and reads nothing past it.
+    // the picture and reads nothing past it; one that says less is refused.
     QTemporaryDir root;
     QVERIFY(root.isValid());
     const QString base = root.path();
@@ -855,14 +882,18 @@ void TstBadInput::dumpReadsOnlyThePicture()
     void* p = KXScreen_AddPerson(h, id.data(), id.data(), name.data(), 1, 0, nullptr, 1);
     const QString path = base + QStringLiteral("/log/tmpFrame/(Len)u5_30x20.yuv");
     for (uint32_t length : {0xffffffffu, 30u * 20u * 2u, 1u}) {
+        QFile::remove(path);
         Frame f(30, 20, 55);
         f.rec.length = length;
         onHostThread([&]() { return KXScreen_PlayFrame(h, p, &f.rec); });
         QFile dump(path);
-        QVERIFY2(dump.open(QIODevice::ReadOnly), qPrintable(path));
-        const qint64 expected = qMin<qint64>(length, qint64(f.bytes.size()));
-        QCOMPARE(dump.size(), expected);
-        QCOMPARE(dump.readAll(), QByteArray(reinterpret_cast<const char*>(f.bytes.data()), int(expected)));
+        if (length < f.bytes.size()) {
+            // Shorter than its picture: refused before anything is read.
+            QVERIFY(!dump.exists());
+        } else {
+            QVERIFY2(dump.open(QIODevice::ReadOnly), qPrintable(path));
+            QCOMPARE(dump.readAll(), QByteArray(reinterpret_cast<const char*>(f.bytes.data()), int(f.bytes.size())));
+        }
         ++tally()[QStringLiteral("PlayFrame (dump)")];
     }
     KXScreen_Release(h);

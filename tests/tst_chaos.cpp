@@ -90,14 +90,14 @@ const std::vector<QByteArray>& userNames()
 // What the test believes the module holds.
 struct Shadow
 {
-    QMutex lock;
+    std::mutex lock;
     QVector<void*> live;          // handles added and not removed: claimable for DelPerson
     QSet<void*> released;         // addresses DelPerson released
     QHash<void*, int> preempted;  // reissued addresses removed before their adder recorded them
 
     void added(void* h)
     {
-        QMutexLocker l(&lock);
+        std::lock_guard<std::mutex> l(lock);
         auto it = preempted.find(h);
         if (it != preempted.end()) {
             if (--it.value() == 0)
@@ -109,19 +109,19 @@ struct Shadow
     }
     void* claimLive(Rng& r)
     {
-        QMutexLocker l(&lock);
+        std::lock_guard<std::mutex> l(lock);
         if (live.isEmpty())
             return nullptr;
         return live.takeAt(r.below(live.size()));
     }
     void* anyLive(Rng& r)
     {
-        QMutexLocker l(&lock);
+        std::lock_guard<std::mutex> l(lock);
         return live.isEmpty() ? nullptr : live.at(r.below(live.size()));
     }
     void releasedNow(void* h)
     {
-        QMutexLocker l(&lock);
+        std::lock_guard<std::mutex> l(lock);
         released.insert(h);
     }
     // A released address that is not live again, with the lock held by the caller.
@@ -138,12 +138,12 @@ struct Shadow
 
 struct Failures
 {
-    QMutex lock;
+    std::mutex lock;
     QStringList list;
     std::atomic<bool> any{false};
     void add(const QString& s)
     {
-        QMutexLocker l(&lock);
+        std::lock_guard<std::mutex> l(lock);
         if (list.size() < 20)
             list << s;
         any = true;
@@ -211,7 +211,7 @@ QDlgScreen* controllerOf(void* h)
 // Notifications that name a record must name a live one.
 std::atomic<int> g_staleNotices{0};
 std::atomic<int> g_notices{0};
-QMutex g_seenLock;
+std::mutex g_seenLock;
 std::vector<void*> g_seenRecords; // record addresses the host was told about; a host may hand them back
 
 int chaosCallback(unsigned int msg, uint64_t w, uint64_t)
@@ -231,7 +231,7 @@ int chaosCallback(unsigned int msg, uint64_t w, uint64_t)
         // cancelled as it goes); a freed one must not.
         if (!kxplatform::isReadable(rec, sizeof(ST_PersonInfo)))
             ++g_staleNotices;
-        QMutexLocker l(&g_seenLock);
+        std::lock_guard<std::mutex> l(g_seenLock);
         if (g_seenRecords.size() < 64)
             g_seenRecords.push_back(rec);
         else
@@ -297,9 +297,7 @@ struct TstChaos::Run
 
 void TstChaos::initTestCase()
 {
-    // Logging every call would dominate the run; CTest silences the module,
-    // a manual run is silenced here too.
-    QLoggingCategory::setFilterRules(QStringLiteral("kxscreen.debug=false"));
+    kxtest::logToNowhere();
 }
 
 namespace {
@@ -398,7 +396,7 @@ private:
             break;
         }
         case Kind::Released: {
-            QMutexLocker l(&m_run.shadow.lock);
+            std::lock_guard<std::mutex> l(m_run.shadow.lock);
             void* p = m_run.shadow.pickReleasedLocked(m_rng);
             if (!p)
                 break;
@@ -431,13 +429,13 @@ private:
         if (m_run.lockstep && m_rng.chance(3)) {
             void* rec = nullptr;
             {
-                QMutexLocker l(&g_seenLock);
+                std::lock_guard<std::mutex> l(g_seenLock);
                 if (!g_seenRecords.empty())
                     rec = g_seenRecords[size_t(m_rng.below(int(g_seenRecords.size())))];
             }
             bool isHandle = false;
             {
-                QMutexLocker l(&m_run.shadow.lock);
+                std::lock_guard<std::mutex> l(m_run.shadow.lock);
                 isHandle = m_run.shadow.live.contains(rec);
             }
             if (rec && !isHandle && call(m_run.h, rec) != 0)
@@ -534,7 +532,7 @@ private:
 
     int liveCount()
     {
-        QMutexLocker l(&m_run.shadow.lock);
+        std::lock_guard<std::mutex> l(m_run.shadow.lock);
         return m_run.shadow.live.size();
     }
 
@@ -799,7 +797,7 @@ void TstChaos::runSeed(quint64 seed, int ops)
     g_staleNotices = 0;
     g_notices = 0;
     {
-        QMutexLocker l(&g_seenLock);
+        std::lock_guard<std::mutex> l(g_seenLock);
         g_seenRecords.clear();
     }
     QKXScreenConfig::getInstance()->setCurScreenMode(1);
@@ -928,7 +926,7 @@ void TstChaos::runSeed(quint64 seed, int ops)
         if (broken.isEmpty()) {
             // With the queue drained the roster is exactly the participants
             // added and not removed.
-            QMutexLocker l(&run.shadow.lock);
+            std::lock_guard<std::mutex> l(run.shadow.lock);
             QSet<tagPersonInfo*> expected;
             for (void* p : qAsConst(run.shadow.live)) {
                 if (!kxplatform::isReadable(p, sizeof(ST_KXPlayHdl))) {
@@ -973,7 +971,7 @@ void TstChaos::runSeed(quint64 seed, int ops)
     // Threads are gone; the handle list is no longer shared.
     QVector<void*> live;
     {
-        QMutexLocker l(&run.shadow.lock);
+        std::lock_guard<std::mutex> l(run.shadow.lock);
         live = run.shadow.live;
     }
     QVector<tagPersonInfo*> records;
@@ -997,7 +995,7 @@ void TstChaos::runSeed(quint64 seed, int ops)
     KXScreen_Release(run.h);
     QCoreApplication::processEvents();
     {
-        QMutexLocker l(&run.failures.lock);
+        std::lock_guard<std::mutex> l(run.failures.lock);
         QVERIFY2(run.failures.list.isEmpty(), qPrintable(run.failures.list.join(QLatin1Char('\n'))));
     }
     // Every handle and record died with the gallery.

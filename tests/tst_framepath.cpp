@@ -58,6 +58,7 @@ class TstFramePath : public QObject
 {
     Q_OBJECT
 private slots:
+    void initTestCase() { logToNowhere(); }
     void init();
     void pixelsFromAHostThread();
     void firstFrameOrdersOnce();

@@ -12,6 +12,7 @@
 #include "qdlgmain.h"
 #include "qdlgscreen.h"
 #include "qkxscreenconfig.h"
+#include "testhooks.h"
 
 #include <QApplication>
 #include <QDir>
@@ -20,16 +21,20 @@
 #include <QWidget>
 #include <QtTest>
 #include <atomic>
+#include <chrono>
 #include <functional>
+#include <mutex>
 #include <stdexcept>
 #include <thread>
 #include <unistd.h>
 
-#if defined(__SANITIZE_ADDRESS__)
-#define KX_UNDER_ASAN 1
+// The sanitizers keep freed memory resident (quarantine, shadow memory):
+// resident-size checks are for the plain build.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define KX_UNDER_SANITIZER 1
 #elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define KX_UNDER_ASAN 1
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define KX_UNDER_SANITIZER 1
 #endif
 #endif
 
@@ -60,6 +65,22 @@ int threadCount()
 int openFiles()
 {
     return QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::NoDotAndDotDot | QDir::AllEntries).size();
+}
+
+// A thread the test parks where an export has just taken its module handle.
+std::atomic<bool> g_parkNext{false};
+std::atomic<bool> g_parked{false};
+std::atomic<bool> g_resume{false};
+void parkHook(kxhooks::Point point)
+{
+    if (point != kxhooks::Point::ScreenAcquired || QThread::currentThread() == qApp->thread())
+        return;
+    bool expected = true;
+    if (!g_parkNext.compare_exchange_strong(expected, false))
+        return;
+    g_parked = true;
+    while (!g_resume)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
 
 // A host function the test can program per notification.
@@ -129,6 +150,10 @@ private slots:
     void noTileKeepsALeaver();
     void releasedInsideANotification_data();
     void releasedInsideANotification();
+    void releasedUnderAHostThread_data();
+    void releasedUnderAHostThread();
+    void hostLocksInItsFunction();
+    void staleWorkMeetsANewcomer();
     void hostFunctionThrows_data();
     void hostFunctionThrows();
 
@@ -138,6 +163,8 @@ private:
 
 void TstLifecycle::initTestCase()
 {
+    logToNowhere();
+    kxhooks::setHook(parkHook);
     m_host = new QWidget;
     m_host->resize(900, 520);
     m_host->show();
@@ -239,7 +266,7 @@ void TstLifecycle::manyMeetings()
         QVERIFY(!kxplatform::isReadable(p, sizeof(ST_KXPlayHdl)));
     for (tagPersonInfo* r : qAsConst(records))
         QVERIFY(!kxplatform::isReadable(r, sizeof(ST_PersonInfo)));
-#ifndef KX_UNDER_ASAN
+#ifndef KX_UNDER_SANITIZER
     // A meeting that leaked a record with its picture buffer (~100 kB) or a
     // tile would show here; the sanitizer build checks small leaks instead
     // (its quarantine keeps freed memory resident).
@@ -356,6 +383,7 @@ void TstLifecycle::releaseWhileFramesArrive()
 
 typedef std::function<void(void* h, void* hPlay, void* other)> Reentry;
 Q_DECLARE_METATYPE(Reentry)
+Q_DECLARE_METATYPE(std::function<int(void*, void*)>)
 
 void TstLifecycle::hostFunctionReenters_data()
 {
@@ -653,10 +681,11 @@ void TstLifecycle::movedToAnotherWindow()
         {
             if (msg.contains(QLatin1String("shader program is not linked")) || msg.contains(QLatin1String("QOpenGLTexture")))
                 ++failures();
-            previous()(type, ctx, msg);
+            previous().load()(type, ctx, msg);
         }
         static int& failures() { static int n = 0; return n; }
-        static QtMessageHandler& previous() { static QtMessageHandler p = nullptr; return p; }
+        // Read by whichever thread logs (the settings loader logs on its own).
+        static std::atomic<QtMessageHandler>& previous() { static std::atomic<QtMessageHandler> p{nullptr}; return p; }
     };
     NoLinkFailure::failures() = 0;
     NoLinkFailure::previous() = qInstallMessageHandler(NoLinkFailure::handler);
@@ -881,6 +910,135 @@ void TstLifecycle::releasedInsideANotification()
 
 typedef std::function<void()> Thrower;
 Q_DECLARE_METATYPE(Thrower)
+
+void TstLifecycle::releasedUnderAHostThread_data()
+{
+    // Exports a host thread may be inside when the interface thread releases
+    // the gallery: each is held right after it has taken its module handle.
+    QTest::addColumn<std::function<int(void*, void*)>>("call");
+    static Frame frame(64, 36, 40);
+    QTest::newRow("AddPerson") << std::function<int(void*, void*)>([](void* h, void*) {
+        QByteArray id("racer"), n("Racer");
+        return KXScreen_AddPerson(h, id.data(), id.data(), n.data(), 7, 0, nullptr, 1) ? 1 : 0;
+    });
+    QTest::newRow("PlayFrame") << std::function<int(void*, void*)>([](void* h, void* p) { return KXScreen_PlayFrame(h, p, &frame.rec); });
+    QTest::newRow("SetMute") << std::function<int(void*, void*)>([](void* h, void* p) { return KXScreen_SetMute(h, p, 1); });
+    QTest::newRow("DelPerson") << std::function<int(void*, void*)>([](void* h, void* p) { return KXScreen_DelPerson(h, p); });
+    QTest::newRow("SetCurMode") << std::function<int(void*, void*)>([](void* h, void*) { return KXScreen_SetCurMode(h, 5); });
+}
+
+void TstLifecycle::releasedUnderAHostThread()
+{
+    QFETCH(std::function<int(void*, void*)>, call);
+    void* h = KXScreen_Init(m_host, "", programmable);
+    QVERIFY(h);
+    QPointer<QDlgMain> dlg = static_cast<KXScreenHandle*>(h)->pMainDlg;
+    const QVector<void*> handles = HostThreadAdds::run(h, 2, 0);
+    QTRY_COMPARE(controllerOf(h)->persons().size(), 2);
+    g_parked = false;
+    g_resume = false;
+    g_parkNext = true;
+    int result = -1;
+    std::thread host([&]() { result = call(h, handles.at(0)); });
+    QTRY_VERIFY(g_parked.load());
+    // The meeting ends while the host thread is inside the gallery.
+    KXScreen_Release(h);
+    QVERIFY(!isLiveScreenHandle(h));
+    QVERIFY(dlg); // still there for the thread inside
+    const int notices = g_noticeCount.load();
+    g_resume = true;
+    host.join();
+    QVERIFY(result == 0 || result == 1);
+    // The last one out hands the gallery to the interface thread, which frees it.
+    QTRY_VERIFY(dlg.isNull());
+    QCOMPARE(g_noticeCount.load(), notices);
+    QCOMPARE(KXScreen_SetCurMode(h, 1), 0);
+}
+
+void TstLifecycle::hostLocksInItsFunction()
+{
+    // A host whose media thread holds the host's own lock around every
+    // KXScreen_PlayFrame, and whose function takes that lock for the video
+    // messages: removing a participant must not leave the two waiting for
+    // each other. The function gives up after a while instead of hanging,
+    // and counts that as a failure.
+    void* h = KXScreen_Init(m_host, "", programmable);
+    QVERIFY(h);
+    KXScreen_MoveWindow(h, QRect(0, 0, 880, 500), KXSCREEN_MOVE_SHOW);
+    QVector<void*> handles = HostThreadAdds::run(h, 6, 0);
+    QTRY_COMPARE(controllerOf(h)->persons().size(), 6);
+    KXScreen_JoinMeetingFinish(h);
+    QCoreApplication::processEvents();
+    std::timed_mutex hostLock;
+    std::atomic<int> stuck{0};
+    std::atomic<int> taken{0};
+    g_onNotice = [&](unsigned int m, uint64_t, uint64_t) {
+        if (m != KXSCREEN_MSG_REMOTE_VIDEO_OPEN && m != KXSCREEN_MSG_REMOTE_VIDEO_CLOSE)
+            return;
+        if (!hostLock.try_lock_for(std::chrono::seconds(2))) {
+            ++stuck;
+            return;
+        }
+        ++taken;
+        hostLock.unlock();
+    };
+    std::atomic<bool> stop{false};
+    // The media thread feeds the three who stay; the three others leave.
+    const std::vector<void*> staying(handles.begin() + 3, handles.end());
+    std::thread media([&]() {
+        Frame frame(160, 90, 80);
+        while (!stop) {
+            for (void* p : staying) {
+                std::lock_guard<std::timed_mutex> lock(hostLock);
+                KXScreen_PlayFrame(h, p, &frame.rec);
+            }
+        }
+    });
+    QTest::qWait(50);
+    for (int i = 0; i < 3; ++i) {
+        QCOMPARE(KXScreen_DelPerson(h, handles.at(i)), 1);
+        QCoreApplication::processEvents();
+    }
+    stop = true;
+    media.join();
+    g_onNotice = nullptr;
+    QCOMPARE(stuck.load(), 0);
+    QVERIFY(taken.load() > 0);
+    KXScreen_Release(h);
+}
+
+void TstLifecycle::staleWorkMeetsANewcomer()
+{
+    // Work a host thread queued for a participant who then leaves must not
+    // reach a newcomer whose record the allocator puts at the same address.
+    void* h = KXScreen_Init(m_host, "", programmable);
+    QVERIFY(h);
+    KXScreen_MoveWindow(h, QRect(0, 0, 880, 500), KXSCREEN_MOVE_SHOW);
+    QDlgScreen* c = controllerOf(h);
+    HostThreadAdds::run(h, 1, 0);
+    QTRY_COMPARE(c->persons().size(), 1);
+    bool reused = false;
+    for (int attempt = 0; attempt < 50 && !reused; ++attempt) {
+        QByteArray id("leaver"), n("Leaver");
+        void* leaver = KXScreen_AddPerson(h, id.data(), id.data(), n.data(), 50, 0, nullptr, 1);
+        QTRY_VERIFY(c->persons().contains(recordOf(leaver)));
+        tagPersonInfo* old = recordOf(leaver);
+        // Queued from a host thread: the microphone opens (records start muted).
+        QCOMPARE(onHostThread([&]() { return KXScreen_SetMute(h, leaver, 0); }), 1);
+        // Before it runs, the participant leaves and a newcomer arrives.
+        QCOMPARE(KXScreen_DelPerson(h, leaver), 1);
+        QByteArray id2("newcomer"), n2("Newcomer");
+        void* newcomer = KXScreen_AddPerson(h, id2.data(), id2.data(), n2.data(), 60, 0, nullptr, 1);
+        reused = recordOf(newcomer) == old;
+        QCoreApplication::processEvents();
+        QVERIFY2(recordOf(newcomer)->bMute, "the leaver's queued work reached the newcomer");
+        QCOMPARE(KXScreen_DelPerson(h, newcomer), 1);
+        QCoreApplication::processEvents();
+    }
+    if (!reused)
+        QWARN("the allocator never reused a record's address: only the registry was exercised");
+    KXScreen_Release(h);
+}
 
 void TstLifecycle::hostFunctionThrows_data()
 {

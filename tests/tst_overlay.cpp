@@ -109,7 +109,7 @@ struct Stage
     {
         bool ok = false;
         std::thread t([&]() {
-            QMutexLocker lock(&QKXScreenConfig::getInstance()->frameLock());
+            std::lock_guard<std::recursive_mutex> lock(QKXScreenConfig::getInstance()->frameLock());
             ok = tile->PlayOneFrame(&f.rec);
         });
         t.join();

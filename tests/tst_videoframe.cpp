@@ -153,16 +153,26 @@ void TestVideoFrame::rejectReason_data()
     QTest::addColumn<bool>("hasData");
     QTest::addColumn<qint64>("w");
     QTest::addColumn<qint64>("h");
+    QTest::addColumn<qint64>("length");
     QTest::addColumn<QString>("reason");
 
-    QTest::newRow("good") << true << qint64(1280) << qint64(720) << QString();
-    QTest::newRow("tiny") << true << qint64(1) << qint64(1) << QString();
-    QTest::newRow("null data") << false << qint64(1280) << qint64(720) << QStringLiteral("null data");
-    QTest::newRow("zero width") << true << qint64(0) << qint64(720) << QStringLiteral("width not positive");
-    QTest::newRow("negative width") << true << qint64(-2) << qint64(720) << QStringLiteral("width not positive");
-    QTest::newRow("zero height") << true << qint64(1280) << qint64(0) << QStringLiteral("height not positive");
-    QTest::newRow("negative height") << true << qint64(1280) << qint64(-720) << QStringLiteral("height not positive");
-    QTest::newRow("overflow") << true << qint64(32768) << qint64(32768) << QStringLiteral("size overflows the buffer");
+    QTest::newRow("good") << true << qint64(1280) << qint64(720) << qint64(1382400) << QString();
+    QTest::newRow("tiny") << true << qint64(1) << qint64(1) << qint64(3) << QString();
+    QTest::newRow("odd sides need rounded-up chroma") << true << qint64(3) << qint64(3) << qint64(17) << QString();
+    QTest::newRow("odd sides one byte short") << true << qint64(3) << qint64(3) << qint64(16)
+                                              << QStringLiteral("length smaller than the picture");
+    QTest::newRow("1080p over 64 bytes") << true << qint64(1920) << qint64(1080) << qint64(64)
+                                         << QStringLiteral("length smaller than the picture");
+    QTest::newRow("null data") << false << qint64(1280) << qint64(720) << qint64(1382400) << QStringLiteral("null data");
+    QTest::newRow("zero width") << true << qint64(0) << qint64(720) << qint64(0) << QStringLiteral("width not positive");
+    QTest::newRow("negative width") << true << qint64(-2) << qint64(720) << qint64(0) << QStringLiteral("width not positive");
+    QTest::newRow("zero height") << true << qint64(1280) << qint64(0) << qint64(0) << QStringLiteral("height not positive");
+    QTest::newRow("negative height") << true << qint64(1280) << qint64(-720) << qint64(0) << QStringLiteral("height not positive");
+    QTest::newRow("largest side") << true << qint64(16384) << qint64(2) << qint64(49152) << QString();
+    QTest::newRow("side above 16384") << true << qint64(16385) << qint64(2) << qint64(1LL << 40)
+                                      << QStringLiteral("side above 16384 pixels");
+    QTest::newRow("huge") << true << qint64(32767) << qint64(32767) << qint64(1LL << 40)
+                          << QStringLiteral("side above 16384 pixels");
 }
 
 void TestVideoFrame::rejectReason()
@@ -170,9 +180,10 @@ void TestVideoFrame::rejectReason()
     QFETCH(bool, hasData);
     QFETCH(qint64, w);
     QFETCH(qint64, h);
+    QFETCH(qint64, length);
     QFETCH(QString, reason);
     static const uint8_t byte = 0;
-    const char* r = frameRejectReason(hasData ? &byte : nullptr, w, h);
+    const char* r = frameRejectReason(hasData ? &byte : nullptr, w, h, length);
     if (reason.isEmpty())
         QVERIFY2(r == nullptr, r);
     else
