@@ -102,10 +102,11 @@ void SubtitleBand::refresh()
     const QFontMetrics fm(f);
     const int margin = cfg->dpiScale(8);
     // The tiles' name plates and microphones stay in view under the band: it
-    // stands above the plate row of a tile as large as its area, the tallest
-    // that row can be there.
+    // stands above the plate row of a 16:9 tile as wide as its area, the
+    // tallest that row can be there (a page control may have taken the top of
+    // the area, so its height says less).
     kxoverlay::PlayInfoInput tile;
-    tile.size = m_area.size();
+    tile.size = QSize(m_area.width(), m_area.width() * 9 / 16);
     const kxoverlay::PlayInfoLayout plates = kxoverlay::layoutPlayInfo(tile);
     const int lift = plates.plateH + 2 * plates.margin;
     m_iPadX = fontPx * 2 / 3;
