@@ -8,6 +8,8 @@
 #include "qdlgpicinpic.h"
 #include "qkxscreenconfig.h"
 #include "qmypagectrl.h"
+#include "subtitleband.h"
+#include "subtitleplacement.h"
 
 #include <QCloseEvent>
 #include <QKeyEvent>
@@ -52,6 +54,8 @@ QDlgScreen::QDlgScreen(QWidget* parent)
     m_pCtrlRHide = new QMyPageCtrl(dir + (cfg->m_bNewIcon ? QStringLiteral("rightHide-2x_new.svg")
                                                           : QStringLiteral("rightHide-2x.png")), this);
     connect(cfg, SIGNAL(clickPageCtl(QWidget*)), this, SLOT(onClickPageCtl(QWidget*)));
+    m_pSubtitleBand = new SubtitleBand(this);
+    m_pSubtitleBand->setOpen(cfg->m_bSubtitleOpen);
 
     // Every export that changes the gallery reaches it through these: direct
     // when the host calls on the interface thread, queued from any other.
@@ -279,25 +283,45 @@ void QDlgScreen::onModJoinMeetingFinish()
 
 void QDlgScreen::onModAddSubtitle(int iType, int iIndex, QString name, QString text)
 {
-    Q_UNUSED(iIndex);
-    // A partial line (type 0) replaces the previous partial line of the same speaker.
-    const QString line = name + QStringLiteral(": ") + text;
-    if (iType == 0 && !m_subtitles.isEmpty() && m_subtitles.last().startsWith(name + QStringLiteral(": ")))
-        m_subtitles.last() = line;
-    else
-        m_subtitles.append(line);
-    while (m_subtitles.size() > 50)
-        m_subtitles.removeFirst();
+    m_pSubtitleBand->addSentence(iType, iIndex, name, text);
 }
 
 void QDlgScreen::onModClearSubtitles()
 {
-    m_subtitles.clear();
+    m_pSubtitleBand->clear();
 }
 
 void QDlgScreen::onModOpenSubtitle(bool bOpen)
 {
     QKXScreenConfig::getInstance()->m_bSubtitleOpen = bOpen;
+    m_pSubtitleBand->setOpen(bOpen);
+}
+
+QStringList QDlgScreen::subtitles() const
+{
+    QStringList lines;
+    for (const kxsubtitle::SentenceStore::Sentence& s : m_pSubtitleBand->store().sentences())
+        lines.append(s.name + QStringLiteral(": ") + s.text);
+    return lines;
+}
+
+void QDlgScreen::placeSubtitleBand()
+{
+    kxsubtitle::GalleryState g;
+    g.mode = QKXScreenConfig::getInstance()->curScreenMode();
+    // Full screen without its tile falls back to the equal-cut pass.
+    if (g.mode == 9 && !m_pMaxPlayWnd)
+        g.mode = 1;
+    g.W = width();
+    g.H = height();
+    g.n = m_vecPerson.size();
+    g.pageIdx = m_iPageIdx;
+    g.stripHidden = m_bStripHidden;
+    for (int i = 0; pageCtrl(i); ++i) {
+        if (pageCtrl(i)->isVisibleTo(this))
+            g.controls.append(pageCtrl(i)->geometry());
+    }
+    m_pSubtitleBand->setArea(kxsubtitle::bandArea(g));
 }
 
 void QDlgScreen::onModMeetingRoomMinimized(bool bMinimized)

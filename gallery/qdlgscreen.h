@@ -18,6 +18,7 @@
 class CPlayWidget;
 class QDlgPicInPic;
 class QMyPageCtrl;
+class SubtitleBand;
 struct tagPersonInfo;
 struct KxCloudRTCVideoFrameQT;
 
@@ -156,7 +157,9 @@ public:
     QMyPageCtrl* pageCtrl(int index) const; // 0 pageNext, 1 stripNext, 2 pagePre, 3 stripPre, 4 pageDown, 5 pageUp, 6 leftShow, 7 rightHide
     qint64 minJoinTime() const { return m_minJoinTime.load(); }
     qint64 maxJoinTime() const { return m_maxJoinTime.load(); }
-    QStringList subtitles() const { return m_subtitles; }
+    // The live captions as "name: text", oldest first.
+    QStringList subtitles() const;
+    SubtitleBand* subtitleBand() const { return m_pSubtitleBand; }
 
 public slots:
     void onModMove(QRect rect, int flags);
@@ -278,7 +281,8 @@ private:
     CPlayWidget* m_pMoreMenuPlayWidget = nullptr; // tile whose "more" menu is open
     tagPersonInfo* m_pMoreMenuPerson = nullptr;
     QMap<int, void (QDlgScreen::*)()> m_mapModeSlot; // layout pass of each mode
-    QStringList m_subtitles;
+    SubtitleBand* m_pSubtitleBand = nullptr;
+    void placeSubtitleBand(); // after every relayout
     bool m_bShareWgtKnown = false;
     // Records this controller created, with their serial numbers: the
     // configuration's signals reach every gallery in the process, and each

@@ -144,6 +144,7 @@ void QDlgScreen::reposPlayWnd()
     if (m_pCurSelPlayWidget && !m_pCurSelPlayWidget->isVisible())
         m_pCurSelPlayWidget = nullptr;
     testHideMoreMenu();
+    placeSubtitleBand();
     if (m_bJoinFinish) {
         // Video on screen is pulled at once; what went off screen is stopped
         // only once the layout has been still for five seconds.

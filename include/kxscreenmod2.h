@@ -262,9 +262,44 @@ KXSCREEN_API int KXScreen_IsUserShare(void* hScreen);
 /* [interface] */
 KXSCREEN_API int KXScreen_ShowPicInPic(void* hScreen, bool bShow);
 KXSCREEN_API QWidget* KXScreen_GetPicInPicWidgetPtr(void* hScreen);
-/* [any thread] A subtitle line: iType (0 partial, 1 final), iIndex, speaker name (UTF-8), text (UTF-8). */
+/* Live captions, drawn as a band near the bottom of the gallery's video: the
+ * speaker's name and words, wrapped, at most three lines, the newest at the
+ * bottom. The band never covers a strip of small tiles or a page control.
+ *
+ * [any thread] One sentence as a speech recogniser reports it.
+ *   iIndex  names the sentence. A call with a new index starts a new line
+ *           below the others; a call with the index of a sentence still kept
+ *           replaces its name and text in place. Number sentences so that an
+ *           index is not used again for another sentence within 6 s of the
+ *           last call that used it (counting up from 0 does it); the value
+ *           is only compared, any int will do, one numbering for all
+ *           speakers.
+ *   iType   0: partial, the sentence is still being heard and may change;
+ *           1 (or any other non-zero value): final, the sentence is complete.
+ *           A final sentence can be replaced by another final call with its
+ *           index (a correction), never by a partial one (a late partial
+ *           result is dropped).
+ *   name    the speaker, UTF-8; text: the words, UTF-8. Null is the empty
+ *           string, bytes that are not UTF-8 are left out, line breaks
+ *           show as spaces; only the last 600 characters of a text and
+ *           the first 64 of a name are kept. A sentence with empty text is
+ *           kept but shows nothing.
+ * A sentence goes 6 s after its last change; up to 50 are kept, the oldest
+ * dropped first. Called on the interface thread the export acts at once; from
+ * another thread it is queued there, and the calls of one thread are applied
+ * in the order made. A call that changes nothing costs no drawing and a burst
+ * of calls is drawn once, so a recogniser can call on every result. A typical
+ * sequence, one speaker, index 7:
+ *   KXScreen_AddSentence(h, 0, 7, "Ann", "the budget");
+ *   KXScreen_AddSentence(h, 0, 7, "Ann", "the budget for next");
+ *   KXScreen_AddSentence(h, 1, 7, "Ann", "The budget for next year.");
+ * and Ann's next sentence is index 8. */
 KXSCREEN_API int KXScreen_AddSentence(void* hScreen, int iType, int iIndex, char* name, char* text);
+/* [any thread] Drops every sentence: the band empties and hides at once (from another thread:
+ * when the interface thread runs the call, after the sentences that thread added before it). */
 KXSCREEN_API int KXScreen_ClearSubtitles(void* hScreen);
+/* [any thread] Shows (true) or hides (false) the band; it starts hidden. Hidden, the gallery keeps
+ * taking sentences in and letting them expire, so that opening shows what is being said now. */
 KXSCREEN_API int KXScreen_OpenSubtitle(void* hScreen, bool bOpen);
 /* [any thread] Scale factors of the primary and the other screen. */
 KXSCREEN_API int KXScreen_SetDPIs(void* hScreen, double dpi1, double dpi2);

@@ -5,6 +5,7 @@
 #include "kxsync.h"
 #include "modulelog.h"
 #include "personinfo.h"
+#include "sentencestore.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -261,8 +262,10 @@ void QKXScreenConfig::resetMeetingState()
 
 void QKXScreenConfig::addSentence(int iType, int iIndex, const QString& name, const QString& text)
 {
-    // Host threads call this: only the queued signal carries the line on.
-    emit modSignalAddSubtitle(iType, iIndex, name, text);
+    // Host threads call this: only the queued signal carries the line on,
+    // cut to what the captions keep so that a flood of long texts queues little.
+    emit modSignalAddSubtitle(iType, iIndex, kxsubtitle::SentenceStore::clipName(name),
+                              kxsubtitle::SentenceStore::clipText(text));
 }
 
 void QKXScreenConfig::clearSubtitles()
