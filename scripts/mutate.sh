@@ -12,7 +12,8 @@
 # is not found exactly once in its file is reported as stale: the list must
 # follow the code. Tests run as in CI (Xvfb when there is no display), fastest
 # failure first; a mutant that hangs the suite past KX_MUTATE_TIMEOUT seconds
-# (900) counts as killed.
+# (900) counts as killed. On a machine shared by several builds, KX_BUILD_LOCK
+# names a lock file taken (flock) around each build and test run only.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$PWD
@@ -155,6 +156,9 @@ wanted() {
 run_display() {
   if [ -n "${DISPLAY:-}" ]; then "$@"; else xvfb-run -a -s "-screen 0 1920x1080x24" "$@"; fi
 }
+locked() {
+  if [ -n "${KX_BUILD_LOCK:-}" ]; then flock "$KX_BUILD_LOCK" "$@"; else "$@"; fi
+}
 
 # Occurrences of FROM in FILE (literal text).
 count_in() { FROM=$2 perl -0ne '$n = () = /\Q$ENV{FROM}\E/g; print $n' "$1"; }
@@ -168,10 +172,20 @@ git ls-files -co --exclude-standard | grep -v '^build' | tar -cf - -T - | tar -x
 
 echo "== building the unmutated copy"
 cmake -S "$src" -B "$bld" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKX_BUILD_BENCH=OFF >/dev/null
-cmake --build "$bld" >/dev/null
+locked cmake --build "$bld" >/dev/null
 limit=${KX_MUTATE_TIMEOUT:-900}
-suite() { timeout "$limit" bash -c "$(declare -f run_display); run_display ctest --test-dir '$bld' -j1 --stop-on-failure" 2>&1; }
-if ! out=$(suite); then
+suite() { locked timeout "$limit" bash -c "$(declare -f run_display); run_display ctest --test-dir '$bld' -j1 --stop-on-failure $*" 2>&1; }
+# The first test that failed in a suite's output.
+failed_test() { echo "$1" | grep -E '\*\*\*(Failed|Timeout|Exception)|Subprocess|Failed +[0-9.]+ sec' | grep -m1 -oE 'tst_[a-z0-9_]+|exported_symbols'; }
+# A failure counts only when the failing test fails again on its own: a test
+# that fails once under load and then passes is not evidence of a fault.
+confirmed() {
+  local t
+  t=$(failed_test "$1")
+  [ -z "$t" ] && return 0
+  ! suite -R "^$t\$" >/dev/null
+}
+if ! out=$(suite) && confirmed "$out"; then
   echo "$out" | tail -n 30
   echo "the unmutated suite fails: fix that first" >&2
   exit 1
@@ -191,17 +205,15 @@ for i in "${!ids[@]}"; do
   else
     cp "$target" "$work/original"
     replace_in "$target" "${froms[$i]}" "${tos[$i]}"
-    if ! cmake --build "$bld" >"$work/build.log" 2>&1; then
+    if ! locked cmake --build "$bld" >"$work/build.log" 2>&1; then
       line="$id unbuilt   $file -- ${whats[$i]}"
       unbuilt=$((unbuilt + 1))
-    elif out=$(suite); then
+    elif out=$(suite) || ! confirmed "$out"; then
       line="$id SURVIVED  $file -- ${whats[$i]}"
       survived=$((survived + 1))
     else
-      by=$(echo "$out" | grep -m1 -oE '(Failed|Timeout|Exception|Not Run).*' | head -n 1)
-      test=$(echo "$out" | grep -m1 -E '\*\*\*(Failed|Timeout|Exception)|Failed +[0-9.]+ sec|Timeout' | grep -oE 'tst_[a-z0-9_]+|exported_symbols' | head -n 1)
-      line="$id killed    $file by ${test:-the suite} -- ${whats[$i]}"
-      [ -z "$test" ] && line="$line ($by)"
+      test=$(failed_test "$out")
+      line="$id killed    $file by ${test:-the suite (timeout)} -- ${whats[$i]}"
       killed=$((killed + 1))
     fi
     cp "$work/original" "$target"
@@ -209,7 +221,7 @@ for i in "${!ids[@]}"; do
   echo "$line" | tee -a "$results"
 done
 # Leave the copy unmutated and built.
-cmake --build "$bld" >/dev/null 2>&1 || true
+locked cmake --build "$bld" >/dev/null 2>&1 || true
 summary="killed $killed of $total (survived $survived, stale $stale, unbuilt $unbuilt)"
 echo "$summary" | tee -a "$results"
 [ "$stale" -eq 0 ] && [ "$unbuilt" -eq 0 ]
