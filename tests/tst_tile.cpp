@@ -181,11 +181,6 @@ private slots:
         QVERIFY(QTest::qWaitForWindowExposed(&s.host));
         Frame first(64, 32, 200);
         QVERIFY(s.feed(&first.rec));
-        // Black is Y 0 and chroma 128 over the picture, the rest of the buffer 0.
-        s.tile->ClearVideo();
-        const QByteArray cleared = bytes(p->m_pBufYuv420p, p->iBufLen);
-        QCOMPARE(cleared.left(2048) + cleared.mid(3072), QByteArray(cleared.size() - 1024, '\0'));
-        QCOMPARE(cleared.mid(2048, 1024), QByteArray(1024, char(128)));
         // A right double click dumps the next frame, and that one only.
         const QString path = base.path() + "/log/tmpFrame/(Dumper)u42_66x34.yuv";
         QSignalSpy dclick(s.tile, &CPlayWidget::mouseLDClick);
@@ -382,12 +377,6 @@ private slots:
         for (int a = 15; a <= 360; a += 15)
             expected << a;
         QCOMPARE(angles, expected << 0 << 15 << 30);
-        // Hiding restarts the budget.
-        fresh.show();
-        fresh.startLoading();
-        fresh.hide();
-        QCOMPARE(fresh.elapsed(), 0);
-        fresh.stopLoading();
     }
 
     void controlsReachTheHost()
@@ -420,16 +409,6 @@ private slots:
         QSignalSpy click(recordOf(other)->pWidget, &CPlayWidget::mouseLClick);
         clickThroughWindow(recordOf(other)->pWidget, QPoint(40, 40));
         QTRY_COMPARE(click.count(), 1);
-        // What the host reports reaches the overlay.
-        KXScreen_SetMute(g.h, other, 0);
-        KXScreen_SetVolume(g.h, other, 80);
-        KXScreen_UpdateNetWeak(g.h, "u_ann", false, 2);
-        pump();
-        QTRY_COMPARE(info->micLevel(), 80);
-        QTRY_COMPARE(info->netIconName(), QString("net_level_2"));
-        KXScreen_UpdateNetWeak(g.h, "u_ann", true, 5); // weak wins over the level
-        pump();
-        QTRY_COMPARE(info->netIconName(), QString("net_level_1"));
         KXScreen_SetPersonInfo(g.h, self, true, 0, me.data()); // no longer host
         pump();
         QTRY_VERIFY(inv->recallButton()->isHidden());
