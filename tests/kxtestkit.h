@@ -56,13 +56,15 @@ inline void handler(QtMsgType t, const QMessageLogContext& ctx, const QString& m
 inline QLoggingCategory& category() { return const_cast<QLoggingCategory&>(lcKXScreen()); }
 } // namespace detail
 
-// Call from initTestCase (after QTest has installed its own handler).
-inline void moduleLogOn()
+// Call from initTestCase (after QTest has installed its own handler); true
+// when the category is on as asked.
+inline bool moduleLogOn()
 {
     if (qEnvironmentVariableIntValue("KX_TEST_QUIET") == 1)
-        return;
+        return true;
     detail::g_prevFilter = QLoggingCategory::installFilter(detail::filter);
     detail::g_prevHandler = qInstallMessageHandler(detail::handler);
+    return lcKXScreen().isDebugEnabled();
 }
 
 // While alive, the module's lines are on and reach QTest, for ignoreMessage.

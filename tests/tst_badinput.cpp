@@ -37,7 +37,7 @@ class TstBadInput : public QObject
 private slots:
     void initTestCase()
     {
-        moduleLogOn();
+        QVERIFY(moduleLogOn());
         g.reset(new Gallery(QSize(960, 540), 3));
         // Released after the live one exists, so that the live one cannot sit at its address.
         m_released = KXScreen_Init(&g->parent, "", hostFunctionFor(1));

@@ -365,7 +365,7 @@ class TstChaos : public QObject
 {
     Q_OBJECT
 private slots:
-    void initTestCase() { moduleLogOn(); }
+    void initTestCase() { QVERIFY(moduleLogOn()); }
     void chaos();
 
 private:

@@ -25,7 +25,7 @@ class TstFramePath : public QObject
 {
     Q_OBJECT
 private slots:
-    void initTestCase() { moduleLogOn(); }
+    void initTestCase() { QVERIFY(moduleLogOn()); }
     void pixelsFromAHostThread()
     {
         Gallery g(QSize(1280, 720), 1);

@@ -10,7 +10,7 @@ class TstFuzzReplay : public QObject
 {
     Q_OBJECT
 private slots:
-    void initTestCase() { kxtest::moduleLogOn(); }
+    void initTestCase() { QVERIFY(kxtest::moduleLogOn()); }
 
     void replay_data()
     {

@@ -34,7 +34,7 @@ class TstGallery : public QObject
 {
     Q_OBJECT
 private slots:
-    void initTestCase() { moduleLogOn(); }
+    void initTestCase() { QVERIFY(moduleLogOn()); }
     void layoutsApplyTheRules_data()
     {
         QTest::addColumn<int>("mode");

@@ -59,7 +59,7 @@ class TstLifecycle : public QObject
 {
     Q_OBJECT
 private slots:
-    void initTestCase() { moduleLogOn(); }
+    void initTestCase() { QVERIFY(moduleLogOn()); }
     void cleanup() { recorder(0).hook = nullptr; }
     void manyMeetings()
     {

@@ -110,7 +110,7 @@ private slots:
     void initTestCase()
     {
         Q_INIT_RESOURCE(kxscreenmod);
-        moduleLogOn();
+        QVERIFY(moduleLogOn());
         QKXScreenConfig::getInstance()->setDPIs(1.0, 1.0);
     }
 
