@@ -1,4 +1,5 @@
 #include "kxfuzzdriver.h"
+#include "kxinvariants.h"
 
 #include "cplaywidget.h"
 #include "kxscreenhandle.h"
@@ -16,7 +17,7 @@
 #include <QSet>
 #include <QWidget>
 #include <climits>
-#include <cstdio>
+#include <algorithm>
 #include <cstring>
 #include <stdexcept>
 #include <thread>
@@ -33,28 +34,13 @@ public:
     Bytes(const uint8_t* d, size_t n) : m_d(d), m_n(n) {}
     bool done() const { return m_i >= m_n; }
     uint8_t u8() { return m_i < m_n ? m_d[m_i++] : 0; }
-    // Little-endian; each byte read in a statement of its own (the operands
-    // of one expression are evaluated in no fixed order).
-    uint16_t u16()
-    {
-        const uint16_t lo = u8();
-        const uint16_t hi = u8();
-        return uint16_t(lo | (hi << 8));
-    }
+    // Little-endian; one read per expression (the operands of one expression
+    // are evaluated in no fixed order).
+    uint16_t u16() { const uint16_t lo = u8(); return uint16_t(lo | (u8() << 8)); }
     int16_t i16() { return int16_t(u16()); }
-    uint32_t u32()
-    {
-        const uint32_t lo = u16();
-        const uint32_t hi = u16();
-        return lo | (hi << 16);
-    }
+    uint32_t u32() { const uint32_t lo = u16(); return lo | (uint32_t(u16()) << 16); }
     int32_t i32() { return int32_t(u32()); }
-    int64_t i64()
-    {
-        const uint64_t lo = u32();
-        const uint64_t hi = u32();
-        return int64_t(lo | (hi << 32));
-    }
+    int64_t i64() { const uint64_t lo = u32(); return int64_t(lo | (uint64_t(u32()) << 32)); }
     bool flag() { return u8() & 1; }
     // A string of up to 40 bytes, any content (NULs end it early for the module).
     QByteArray str()
@@ -71,18 +57,6 @@ private:
     size_t m_n;
     size_t m_i = 0;
 };
-
-// KX_FUZZ_TRACE=1 prints every call as it is made, to read a saved input.
-bool tracing()
-{
-    static const bool on = qgetenv("KX_FUZZ_TRACE") == "1";
-    return on;
-}
-#define KXF_TRACE(...)                                                                                     \
-    do {                                                                                                   \
-        if (tracing())                                                                                     \
-            std::fprintf(stderr, __VA_ARGS__);                                                             \
-    } while (0)
 
 const char* const kIDs[] = {"u0", "u1", "u2", "u3", "sharescreen_u1", "sharescreen_u2", "unjoined_u3", ""};
 
@@ -107,12 +81,18 @@ struct Meeting
 
     void removed(void* p)
     {
-        for (size_t i = 0; i < live.size(); ++i)
-            if (live[i] == p) {
-                live.erase(live.begin() + long(i));
-                dead.push_back(p);
-                return;
-            }
+        auto it = std::find(live.begin(), live.end(), p);
+        if (it != live.end())
+            live.erase(it), dead.push_back(p);
+    }
+    // The gallery is released: every handle it gave is dead.
+    void end()
+    {
+        KXScreen_Release(h);
+        hLive = false;
+        released = h;
+        dead.insert(dead.end(), live.begin(), live.end());
+        live.clear();
     }
 };
 
@@ -147,15 +127,8 @@ int hostFunction(unsigned int msg, uint64_t w, uint64_t)
     case 3:
         throw std::runtime_error("host function fails");
     case 4: // the meeting ends inside the notification
-        if (m->hLive) {
-            ++m->reentries;
-            KXScreen_Release(m->h);
-            m->hLive = false;
-            m->released = m->h;
-            for (void* p : m->live)
-                m->dead.push_back(p);
-            m->live.clear();
-        }
+        if (m->hLive)
+            ++m->reentries, m->end();
         break;
     case 5: // a relayout
         if (m->hLive) {
@@ -169,62 +142,12 @@ int hostFunction(unsigned int msg, uint64_t w, uint64_t)
     return 0;
 }
 
-QString checkGallery(QDlgScreen* s)
-{
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
-    QSet<tagPersonInfo*> members;
-    for (tagPersonInfo* p : s->persons()) {
-        if (!p || members.contains(p))
-            return QStringLiteral("roster holds a null or a repeated record");
-        members.insert(p);
-        if (cfg->testDelPerson(p, false))
-            return QStringLiteral("roster holds a freed record");
-        if (p->pWidget && p->pWidget->personInfo() != p)
-            return QStringLiteral("a participant's tile shows someone else");
-    }
-    if (s->focusPerson() && !members.contains(s->focusPerson()))
-        return QStringLiteral("the focus participant is not in the roster");
-    QSet<tagPersonInfo*> values;
-    QSet<tagPersonInfo*> shown;
-    QVector<CPlayWidget*> tiles;
-    for (auto it = s->playMap().constBegin(); it != s->playMap().constEnd(); ++it) {
-        tiles.append(it.key());
-        tagPersonInfo* p = it.value();
-        if (!p)
-            continue;
-        if (!members.contains(p) || values.contains(p))
-            return QStringLiteral("a tile entry holds a record twice or one not in the roster");
-        values.insert(p);
-        if (p->pWidget && p->pWidget != it.key()
-            && !(p == s->focusPerson() && p->pWidget == s->focusPlayWidget()))
-            return QStringLiteral("a record's tile and its entry disagree");
-    }
-    tiles.append(s->focusPlayWidget());
-    for (CPlayWidget* t : tiles) {
-        tagPersonInfo* p = t->personInfo();
-        if (!p)
-            continue;
-        if (cfg->testDelPerson(p, false))
-            return QStringLiteral("a tile points at a freed record");
-        if (t->isVisibleTo(s)) {
-            if (shown.contains(p))
-                return QStringLiteral("two visible tiles show one participant");
-            shown.insert(p);
-        }
-    }
-    const int n = s->persons().size();
-    const int idx = s->pageIndex();
-    if (idx < 0 || (n == 0 && idx != 0) || (n > 0 && idx > 0 && idx * 6 >= n))
-        return QStringLiteral("page index %1 with %2 participants").arg(idx).arg(n);
-    return QString();
-}
-
 void pumpAndCheck(Meeting& m)
 {
     QCoreApplication::sendPostedEvents();
     QCoreApplication::processEvents();
     if (m.broken.isEmpty() && m.hLive)
-        m.broken = checkGallery(m.h ? static_cast<KXScreenHandle*>(m.h)->pMainDlg->GetDlgScreenPtr() : nullptr);
+        m.broken = kxtest::checkGallery(m.h ? static_cast<KXScreenHandle*>(m.h)->pMainDlg->GetDlgScreenPtr() : nullptr);
 }
 
 class Player
@@ -338,8 +261,6 @@ public:
         const bool f2 = in.flag();
         const int k = in.u8();
         void* h = screen();
-        KXF_TRACE("%s op %d on %s gallery, id '%s'\n", hostThread ? "host" : "ui", op % (hostThread ? 20 : 32),
-                  h == m.h ? (m.hLive ? "the live" : "the released") : "a bad", a.constData());
         switch (op % (hostThread ? 20 : 32)) {
         case 0: case 1: case 2: {
             const int64_t join = in.i64();
@@ -347,7 +268,6 @@ public:
             void* user = reinterpret_cast<void*>(quintptr(in.u32()));
             void* p = KXScreen_AddPerson(h, nullA ? nullptr : idArg, strArg, nullB ? nullptr : strArg, join, extra,
                                          user, k % 8);
-            KXF_TRACE("  AddPerson -> %p\n", p);
             if (p && h == m.h && m.hLive) {
                 m.live.push_back(p);
                 tagPersonInfo* rec = static_cast<ST_KXPlayHdl*>(p)->pPlayData;
@@ -359,7 +279,6 @@ public:
         case 3: {
             void* p = play();
             const int r = KXScreen_DelPerson(h, p);
-            KXF_TRACE("  DelPerson %p -> %d\n", p, r);
             if (r == 1)
                 m.removed(p);
             break;
@@ -475,7 +394,6 @@ public:
         case 30: KXScreen_SetParent(h, f1 ? m.host : nullptr); break;
         default:
             m.callbackMode = k % 6;
-            KXF_TRACE("  host function mode %d\n", m.callbackMode);
             break;
         }
     }
@@ -487,7 +405,6 @@ public:
             ++ops;
             const uint8_t op = in.u8();
             if (op >= 240) {
-                KXF_TRACE("pump\n");
                 pumpAndCheck(m);
             } else if (op >= 224) {
                 // A burst from a host thread; the interface thread waits.
@@ -501,15 +418,9 @@ public:
                 });
                 t.join();
             } else if (op >= 216) {
-                KXF_TRACE("%s\n", m.hLive ? "release" : "init");
                 // The meeting ends, or a new one starts.
                 if (m.hLive) {
-                    KXScreen_Release(m.h);
-                    m.hLive = false;
-                    m.released = m.h;
-                    for (void* p : m.live)
-                        m.dead.push_back(p);
-                    m.live.clear();
+                    m.end();
                 } else {
                     m.h = KXScreen_Init(m.host, "", hostFunction);
                     m.hLive = m.h != nullptr;

@@ -1,220 +1,187 @@
 // Frames from host threads through KXScreen_PlayFrame into the gallery's
-// tiles: real pixels, the display-order request of a first frame, refusals,
-// the every-frame dump, and delivery racing removal.
-#include "kxgallerytest.h"
+// tiles: real pixels, the copy under the frame lock, the follow-up on the
+// interface thread, refusals, the every-frame dump, and delivery racing removal.
+#include "kxtestkit.h"
 #include "qdlgplayinfo.h"
 
-#include <QDir>
-#include <QFile>
 #include <QTemporaryDir>
-#include <atomic>
 #include <random>
 
 using namespace kxtest;
 
 namespace {
-
-// Six vertical blocks in BT.709 limited range: white, black, red, green,
-// blue, grey; the top eighth of the picture is white across, to tell up from down.
-Frame colourBlocks(int w, int h)
+std::atomic<int> g_moduleLines{0};
+QtMessageHandler g_next = nullptr;
+void countModuleLines(QtMsgType t, const QMessageLogContext& ctx, const QString& msg)
 {
-    static const uint8_t yuv[6][3] = {{235, 128, 128}, {16, 128, 128}, {63, 102, 240},
-                                      {173, 42, 26},   {32, 240, 118}, {126, 128, 128}};
-    Frame f(w, h);
-    uint8_t* Y = f.bytes.data();
-    uint8_t* U = Y + w * h;
-    uint8_t* V = U + (w / 2) * (h / 2);
-    for (int y = 0; y < h; ++y) {
-        for (int x = 0; x < w; ++x) {
-            const int b = (y < h / 8) ? 0 : x * 6 / w;
-            Y[y * w + x] = yuv[b][0];
-            if ((x % 2) == 0 && (y % 2) == 0) {
-                U[(y / 2) * (w / 2) + x / 2] = yuv[b][1];
-                V[(y / 2) * (w / 2) + x / 2] = yuv[b][2];
-            }
-        }
-    }
-    return f;
+    if (ctx.category && qstrcmp(ctx.category, "kxscreen") == 0)
+        ++g_moduleLines;
+    else if (g_next)
+        g_next(t, ctx, msg);
 }
-
-bool near(QRgb a, QColor b, int tol = 2)
-{
-    return qAbs(qRed(a) - b.red()) <= tol && qAbs(qGreen(a) - b.green()) <= tol && qAbs(qBlue(a) - b.blue()) <= tol;
-}
-
-QStringList g_lines;
-QtMessageHandler g_previous = nullptr;
-void capture(QtMsgType type, const QMessageLogContext& ctx, const QString& msg)
-{
-    if (ctx.category && QByteArray(ctx.category) == "kxscreen")
-        g_lines << msg;
-    else if (g_previous)
-        g_previous(type, ctx, msg);
-}
-
 } // namespace
 
 class TstFramePath : public QObject
 {
     Q_OBJECT
 private slots:
-    void initTestCase() { logToNowhere(); }
-    void init();
-    void pixelsFromAHostThread();
-    void firstFrameOrdersOnce();
-    void previewOffRefusedSilently();
-    void everyFrameDump();
-    void deliveryRacesRemoval();
-};
+    void initTestCase() { QVERIFY(moduleLogOn()); }
+    void pixelsFromAHostThread()
+    {
+        Gallery g(QSize(1280, 720), 1);
+        CPlayWidget* tile = g.rec(0)->pWidget;
+        QVERIFY(tile && tile->isVisible());
+        tile->playInfo()->hide(); // every sampled pixel is video
+        const int painted = tile->paintedFrames();
+        Frame f = Frame::blocks(1280, 720);
+        // A freshly placed tile ignores frames for a moment; the host keeps sending.
+        QTRY_VERIFY((onHostThread([&]() { return KXScreen_PlayFrame(g.h, g.handles.at(0), &f.rec); }),
+                     tile->paintedFrames() > painted));
+        QCOMPARE(tile->videoRect(), QRect(0, 0, 1281, 721));
+        const QImage img = tile->grabFramebuffer();
+        for (int b = 0; b < 6; ++b) {
+            const QColor got = img.pixelColor(img.width() * (2 * b + 1) / 12, img.height() * 3 / 4);
+            QVERIFY2(near(got, Frame::blockColour(b)), qPrintable(QStringLiteral("block %1 is %2").arg(b).arg(got.name())));
+        }
+        QVERIFY(near(img.pixelColor(img.width() * 9 / 12, img.height() / 32), Qt::white)); // upright
+    }
 
-void TstFramePath::init()
-{
-    Recorder::at(0).clear();
-    QKXScreenConfig::getInstance()->setCurScreenMode(1);
-}
-
-void TstFramePath::pixelsFromAHostThread()
-{
-    Gallery g(QSize(1280, 720));
-    g.add(1);
-    KXScreen_JoinMeetingFinish(g.h);
-    CPlayWidget* tile = g.rec(0)->pWidget;
-    QVERIFY(tile && tile->isVisible());
-    // Hide the name plate so that every sampled pixel is video.
-    tile->playInfo()->hide();
-    const int painted = tile->paintedFrames();
-    Frame f = colourBlocks(1280, 720);
-    int ok = 0;
-    // A freshly placed tile ignores frames for a few milliseconds; the host
-    // keeps sending, as a media engine does.
-    auto deliver = [&]() {
-        std::thread media([&]() { ok += KXScreen_PlayFrame(g.h, g.handles.at(0), &f.rec); });
+    void copyHoldsTheFrameLock()
+    {
+        // While the interface thread holds the frame lock (a tile reading its
+        // buffer), a host thread's copy waits.
+        Gallery g(QSize(640, 360), 1);
+        Frame f(64, 36);
+        std::atomic<bool> done{false};
+        bool early = false;
+        std::thread media;
+        {
+            std::lock_guard<std::recursive_mutex> lock(QKXScreenConfig::getInstance()->frameLock());
+            media = std::thread([&]() {
+                KXScreen_PlayFrame(g.h, g.handles.at(0), &f.rec);
+                done = true;
+            });
+            QTest::qSleep(300);
+            early = done.load();
+        }
         media.join();
-        return tile->paintedFrames() > painted;
-    };
-    QTRY_VERIFY(deliver());
-    QVERIFY(ok > 0);
-    const QImage img = tile->grabFramebuffer();
-    QCOMPARE(tile->videoRect(), QRect(0, 0, 1281, 721));
-    const QColor expect[6] = {Qt::white, Qt::black, QColor(255, 0, 0), QColor(0, 255, 0), QColor(0, 0, 255),
-                              QColor(128, 128, 128)};
-    const int y = img.height() * 3 / 4;
-    for (int b = 0; b < 6; ++b) {
-        const int x = img.width() * (2 * b + 1) / 12;
-        QVERIFY2(near(img.pixel(x, y), expect[b]),
-                 qPrintable(QString("block %1 at %2,%3 is %4").arg(b).arg(x).arg(y).arg(QColor(img.pixel(x, y)).name())));
+        QVERIFY2(!early, "the copy did not wait for the frame lock");
+        QVERIFY(done.load());
     }
-    // The white band is at the top: the picture is the right way up.
-    QVERIFY(near(img.pixel(img.width() * 9 / 12, img.height() / 32), Qt::white));
-}
 
-void TstFramePath::firstFrameOrdersOnce()
-{
-    Gallery g(QSize(1280, 720));
-    g.add(2);
-    KXScreen_JoinMeetingFinish(g.h);
-    QCoreApplication::processEvents();
-    QSignalSpy orders(QKXScreenConfig::getInstance(), &QKXScreenConfig::notifyDisplayOrder);
-    QCOMPARE(g.rec(0)->eStreamStatus, 0);
-    Frame f(640, 360);
-    QCOMPARE(KXScreen_PlayFrame(g.h, g.handles.at(0), &f.rec), 1);
-    QCoreApplication::processEvents();
-    QCOMPARE(orders.count(), 1);
-    QCOMPARE(g.rec(0)->eStreamStatus, 2);
-    for (int i = 0; i < 5; ++i)
-        QCOMPARE(KXScreen_PlayFrame(g.h, g.handles.at(0), &f.rec), 1);
-    QCoreApplication::processEvents();
-    QCOMPARE(orders.count(), 1);
-    // The other participant's first frame asks once more.
-    QCOMPARE(KXScreen_PlayFrame(g.h, g.handles.at(1), &f.rec), 1);
-    QCoreApplication::processEvents();
-    QCOMPARE(orders.count(), 2);
-}
+    void followUpOnTheInterfaceThread()
+    {
+        // A participant's first frame asks for the display order once; the
+        // follow-up of a frame whose participant has left since does nothing.
+        Gallery g(QSize(1280, 720), 3);
+        QSignalSpy orders(QKXScreenConfig::getInstance(), &QKXScreenConfig::notifyDisplayOrder);
+        Frame f(640, 360);
+        QCOMPARE(g.rec(0)->eStreamStatus, 0);
+        for (int i = 0; i < 3; ++i)
+            QCOMPARE(KXScreen_PlayFrame(g.h, g.handles.at(0), &f.rec), 1);
+        pump();
+        QCOMPARE(orders.count(), 1);
+        QCOMPARE(g.rec(0)->eStreamStatus, 2);
+        QCOMPARE(KXScreen_PlayFrame(g.h, g.handles.at(1), &f.rec), 1);
+        pump();
+        QCOMPARE(orders.count(), 2);
+        QCOMPARE(onHostThread([&]() { return KXScreen_PlayFrame(g.h, g.handles.at(2), &f.rec); }), 1);
+        QCOMPARE(KXScreen_DelPerson(g.h, g.handles.at(2)), 1);
+        ExpectLog log;
+        QTest::ignoreMessage(QtDebugMsg, QRegularExpression("^xxxxx QDlgScreen::onPlayFrameUpdateUI testDelPerson"));
+        pump();
+        QCOMPARE(orders.count(), 2);
+        QCOMPARE(g.screen()->persons().size(), 2);
+    }
 
-void TstFramePath::previewOffRefusedSilently()
-{
-    Gallery g(QSize(1280, 720));
-    g.add(1);
-    QCOMPARE(KXScreen_Preview(g.h, g.handles.at(0), false), 1);
-    ModuleLogOn logOn;
-    g_lines.clear();
-    g_previous = qInstallMessageHandler(capture);
-    Frame f(640, 360);
-    const int r = KXScreen_PlayFrame(g.h, g.handles.at(0), &f.rec);
-    qInstallMessageHandler(g_previous);
-    QCOMPARE(r, 0);
-    QVERIFY2(g_lines.isEmpty(), qPrintable(g_lines.join(" | ")));
-    QVERIFY(!g.rec(0)->m_pBufYuv420p);
-}
+    void refusedFrames()
+    {
+        Gallery g(QSize(640, 360), 1);
+        Frame f(640, 360);
+        // Video off: refused, without a log line per frame.
+        QCOMPARE(KXScreen_Preview(g.h, g.handles.at(0), false), 1);
+        {
+            ExpectLog log;
+            g_moduleLines = 0;
+            g_next = qInstallMessageHandler(countModuleLines);
+            const int r = onHostThread([&]() { return KXScreen_PlayFrame(g.h, g.handles.at(0), &f.rec); });
+            qInstallMessageHandler(g_next);
+            QCOMPARE(r, 0);
+            QCOMPARE(g_moduleLines.load(), 0);
+        }
+        QVERIFY(!g.rec(0)->m_pBufYuv420p);
+        // A removed participant's handle: refused.
+        void* gone = g.handles.at(0);
+        QCOMPARE(KXScreen_DelPerson(g.h, gone), 1);
+        QCOMPARE(KXScreen_PlayFrame(g.h, gone, &f.rec), 0);
+    }
 
-void TstFramePath::everyFrameDump()
-{
-    QTemporaryDir dir;
-    QVERIFY(QDir().mkpath(dir.path() + "/log/tmpFrame"));
-    QVERIFY(QDir().mkpath(dir.path() + "/user_data"));
-    QFile ini(dir.path() + "/user_data/sys_ver.ini");
-    QVERIFY(ini.open(QIODevice::WriteOnly));
-    ini.write("[version]\ncache_frame1=true\n");
-    ini.close();
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
-    Gallery g(QSize(640, 360), dir.path().toUtf8());
-    QTRY_VERIFY(cfg->cacheEveryFrame()); // read on the loader thread Init started
-    QByteArray id("../../escape");
-    QByteArray name("A/B");
-    void* p = KXScreen_AddPerson(g.h, id.data(), id.data(), name.data(), 1, 0, nullptr, 1);
-    QTRY_COMPARE(g.screen()->persons().size(), 1);
-    Frame a(64, 36, 10);
-    Frame b(64, 36, 200);
-    QCOMPARE(KXScreen_PlayFrame(g.h, p, &a.rec), 1);
-    QCOMPARE(KXScreen_PlayFrame(g.h, p, &b.rec), 1);
-    cfg->setBaseDir(QString());
-    cfg->loadSettingsNow();
+    void everyFrameDump()
+    {
+        QTemporaryDir dir;
+        QVERIFY(QDir().mkpath(dir.path() + "/log/tmpFrame") && QDir().mkpath(dir.path() + "/user_data"));
+        QFile ini(dir.path() + "/user_data/sys_ver.ini");
+        QVERIFY(ini.open(QIODevice::WriteOnly) && ini.write("[version]\ncache_frame1=true\n") > 0);
+        ini.close();
+        QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+        {
+            Gallery g(QSize(640, 360), 0, true, 0, dir.path().toUtf8());
+            QTRY_VERIFY(cfg->cacheEveryFrame()); // read on the thread Init started
+            QByteArray id("../../escape"), name("A/B");
+            void* p = KXScreen_AddPerson(g.h, id.data(), id.data(), name.data(), 1, 0, nullptr, 1);
+            pump();
+            Frame a(64, 36, 10), b(64, 36, 200);
+            QCOMPARE(onHostThread([&]() { return KXScreen_PlayFrame(g.h, p, &a.rec) + KXScreen_PlayFrame(g.h, p, &b.rec); }), 2);
+            // One file per participant and size, overwritten by every frame, in the directory.
+            const QStringList files = QDir(dir.path() + "/log/tmpFrame").entryList(QDir::Files);
+            QCOMPARE(files.size(), 1);
+            QVERIFY(files.first().endsWith("_64x36.yuv"));
+            QFile dump(dir.path() + "/log/tmpFrame/" + files.first());
+            QVERIFY(dump.open(QIODevice::ReadOnly));
+            QCOMPARE(dump.readAll(), QByteArray(reinterpret_cast<const char*>(b.bytes.data()), int(b.bytes.size())));
+            QVERIFY(!QFile::exists(dir.path() + "/escape_64x36.yuv"));
+        }
+        cfg->setBaseDir(QString());
+        cfg->loadSettingsNow();
+    }
 
-    // One file per participant and size, overwritten by every frame, inside the directory.
-    const QStringList files = QDir(dir.path() + "/log/tmpFrame").entryList(QDir::Files);
-    QCOMPARE(files.size(), 1);
-    QVERIFY(files.first().endsWith("_64x36.yuv"));
-    QFile dump(dir.path() + "/log/tmpFrame/" + files.first());
-    QVERIFY(dump.open(QIODevice::ReadOnly));
-    const QByteArray bytes = dump.readAll();
-    QCOMPARE(bytes, QByteArray(reinterpret_cast<const char*>(b.bytes.data()), int(b.bytes.size())));
-    QVERIFY(!QFile::exists(dir.path() + "/escape_64x36.yuv"));
-}
-
-void TstFramePath::deliveryRacesRemoval()
-{
-    Gallery g(QSize(1280, 720));
-    g.add(8);
-    KXScreen_JoinMeetingFinish(g.h);
-    std::atomic<bool> stop{false};
-    std::atomic<int> delivered{0};
-    QVector<void*> handles = g.handles;
-    // The host's media threads keep delivering to every handle they know,
-    // including ones the signalling side has just released.
-    std::vector<std::thread> media;
-    for (int t = 0; t < 3; ++t) {
-        media.emplace_back([&, t]() {
-            std::mt19937 rng(1234 + t);
-            Frame small(320, 180);
-            Frame odd(641, 361);
-            while (!stop.load()) {
-                void* p = handles.at(int(rng() % handles.size()));
-                delivered += KXScreen_PlayFrame(g.h, p, (rng() % 2) ? &small.rec : &odd.rec);
+    void deliveryRacesRemoval()
+    {
+        // The host's media threads keep delivering to every handle they know,
+        // including ones the signalling side has just released.
+        Gallery g(QSize(1280, 720), 8);
+        std::atomic<bool> stop{false};
+        std::atomic<int> delivered{0};
+        const QVector<void*> handles = g.handles;
+        std::vector<std::thread> media;
+        struct Stop // also when a check fails
+        {
+            std::atomic<bool>& stop;
+            std::vector<std::thread>& threads;
+            ~Stop()
+            {
+                stop = true;
+                for (std::thread& t : threads)
+                    if (t.joinable())
+                        t.join();
             }
-        });
+        } joiner{stop, media};
+        for (int t = 0; t < 3; ++t)
+            media.emplace_back([&, t]() {
+                std::mt19937 rng(1234 + t);
+                Frame small(320, 180), odd(641, 361);
+                while (!stop.load())
+                    delivered += KXScreen_PlayFrame(g.h, handles.at(int(rng() % 8)), (rng() % 2) ? &small.rec : &odd.rec);
+            });
+        for (int i = 0; i < 8; ++i) {
+            QTest::qWait(30);
+            QCOMPARE(KXScreen_DelPerson(g.h, handles.at(i)), 1);
+            pump();
+        }
+        QTRY_COMPARE(g.screen()->persons().size(), 0);
+        QVERIFY(delivered.load() > 0);
     }
-    for (int i = 0; i < 8; ++i) {
-        QTest::qWait(30);
-        QCOMPARE(KXScreen_DelPerson(g.h, handles.at(i)), 1);
-        QCoreApplication::processEvents();
-    }
-    stop = true;
-    for (std::thread& t : media)
-        t.join();
-    QTRY_COMPARE(g.screen()->persons().size(), 0);
-    QVERIFY(delivered.load() > 0);
-    g.handles.clear();
-}
+};
 
 QTEST_MAIN(TstFramePath)
 #include "tst_framepath.moc"

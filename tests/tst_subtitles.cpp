@@ -2,7 +2,7 @@
 // where the band may go in each layout, and the band itself on a gallery
 // driven through the exports (pixels read back), also under a flood from a
 // host thread.
-#include "kxgallerytest.h"
+#include "kxtestkit.h"
 #include "sentencestore.h"
 #include "subtitleband.h"
 #include "subtitleplacement.h"
@@ -47,6 +47,7 @@ class TstSubtitles : public QObject
 {
     Q_OBJECT
 private slots:
+    void initTestCase() { QVERIFY(moduleLogOn()); }
     void store_data();
     void store();
     void placement_data();
@@ -190,7 +191,7 @@ void TstSubtitles::placement()
 void TstSubtitles::bandDrawsAndClears()
 {
     Gallery g(QSize(960, 540));
-    QVERIFY(QTest::qWaitForWindowExposed(&g.host));
+    QVERIFY(QTest::qWaitForWindowExposed(&g.parent));
     g.add(2);
     KXScreen_JoinMeetingFinish(g.h);
     KXScreen_OpenSubtitle(g.h, true);
@@ -224,7 +225,7 @@ void TstSubtitles::bandDrawsAndClears()
 void TstSubtitles::bandAboveTheStripInLayout6()
 {
     Gallery g(QSize(1280, 720));
-    QVERIFY(QTest::qWaitForWindowExposed(&g.host));
+    QVERIFY(QTest::qWaitForWindowExposed(&g.parent));
     g.add(5);
     KXScreen_JoinMeetingFinish(g.h);
     KXScreen_SetCurMode(g.h, 6);
@@ -263,8 +264,6 @@ void TstSubtitles::bandEmptiesItself()
 
 void TstSubtitles::floodFromAHostThread()
 {
-    ModuleLogOn logOn;
-    const QtMessageHandler prev = qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
     Gallery g(QSize(960, 540));
     g.add(1);
     KXScreen_OpenSubtitle(g.h, true);
@@ -280,7 +279,6 @@ void TstSubtitles::floodFromAHostThread()
     });
     host.join();
     QTRY_VERIFY(band(g)->isVisible());
-    qInstallMessageHandler(prev);
     QCOMPARE(band(g)->store().sentences().last().index, 499);
     QCOMPARE(band(g)->store().size(), SentenceStore::kMaxSentences);
     for (const SentenceStore::Sentence& s : band(g)->store().sentences())

@@ -1,0 +1,453 @@
+// One tile and what is drawn over it: real pixels of a frame read back from
+// OpenGL, how frames reach the tile's buffer, mouse handling, detaching, the
+// overlay's states and controls, the weak-network spinner, the page controls
+// and the popup shell. Runs under a display with OpenGL (Xvfb + llvmpipe).
+#include "kxtestkit.h"
+#include "netweakloading.h"
+#include "overlayicons.h"
+#include "playinfolayout.h"
+#include "qdlgplayinfo.h"
+#include "qdlgpopupscreen.h"
+
+#include <QAbstractButton>
+#include <QFrame>
+#include <QMouseEvent>
+#include <QOpenGLContext>
+#include <QOpenGLFunctions>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <memory>
+
+using namespace kxtest;
+
+namespace {
+
+std::unique_ptr<tagPersonInfo> person(const QString& id, const QString& name, int streamStatus = 0)
+{
+    auto p = std::make_unique<tagPersonInfo>();
+    p->userID = id;
+    p->userName = name;
+    p->eStreamStatus = streamStatus;
+    if (id.startsWith("unjoined_"))
+        p->bPreview = p->bMute = false;
+    return p;
+}
+
+// One tile inside a host window, as the gallery places it.
+struct Stage
+{
+    QWidget host;
+    CPlayWidget* tile;
+    Stage(tagPersonInfo* p, QSize size)
+    {
+        host.resize(size + QSize(40, 40));
+        tile = new CPlayWidget(&host);
+        tile->setGeometry(20, 20, size.width(), size.height());
+        tile->setPersonData(p, true);
+        host.show();
+        tile->showTile();
+    }
+    ~Stage() { tile->setPersonData(nullptr, false); }
+    QDlgPlayInfo* info() const { return tile->playInfo(); }
+    // From a host thread under the frame lock, as the export copies.
+    bool feed(const KxCloudRTCVideoFrameQT* f)
+    {
+        return onHostThread([&]() {
+            std::lock_guard<std::recursive_mutex> lock(QKXScreenConfig::getInstance()->frameLock());
+            return tile->PlayOneFrame(f);
+        });
+    }
+    // Exposed, past the fresh state, and one frame painted.
+    bool show(const Frame& f)
+    {
+        if (!QTest::qWaitForWindowExposed(&host) || !QTest::qWaitFor([&]() { return !tile->isChangeTag(); }, 2000))
+            return false;
+        tile->personInfo()->eStreamStatus = 2; // what the gallery sets with a first frame
+        const int before = tile->paintedFrames();
+        return feed(&f.rec) && QTest::qWaitFor([&]() { return tile->paintedFrames() > before && !info()->isNoVideo(); }, 3000);
+    }
+    QImage grab()
+    {
+        pump();
+        return tile->grab().toImage().convertToFormat(QImage::Format_RGB32);
+    }
+    // The framebuffer as it is, without painting again.
+    QColor pixel(int x, int y)
+    {
+        tile->makeCurrent();
+        uchar px[4] = {};
+        QOpenGLContext::currentContext()->functions()->glReadPixels(x, int(tile->height() * tile->devicePixelRatioF()) - 1 - y, 1, 1,
+                                                                      GL_RGBA, GL_UNSIGNED_BYTE, px);
+        tile->doneCurrent();
+        return QColor(px[0], px[1], px[2]);
+    }
+};
+
+int countLike(const QImage& img, const QRect& r, const QColor& c, int tol = 40)
+{
+    int n = 0;
+    const QRect box = r.intersected(img.rect());
+    for (int y = box.top(); y <= box.bottom(); ++y)
+        for (int x = box.left(); x <= box.right(); ++x)
+            n += near(img.pixelColor(x, y), c, tol) ? 1 : 0;
+    return n;
+}
+
+void clickThroughWindow(QWidget* w, QPoint pos = QPoint(-1, -1))
+{
+    QWidget* win = w->window();
+    QTest::mouseClick(win->windowHandle(), Qt::LeftButton, Qt::NoModifier, w->mapTo(win, pos.x() < 0 ? w->rect().center() : pos));
+}
+
+QByteArray bytes(const uint8_t* p, qint64 n) { return QByteArray(reinterpret_cast<const char*>(p), int(n)); }
+
+} // namespace
+
+class TstTile : public QObject
+{
+    Q_OBJECT
+private slots:
+    void initTestCase()
+    {
+        Q_INIT_RESOURCE(kxscreenmod);
+        QVERIFY(moduleLogOn());
+        QKXScreenConfig::getInstance()->setDPIs(1.0, 1.0);
+    }
+
+    void picture()
+    {
+        auto p = person("cam", "Blocks");
+        Stage s(p.get(), QSize(400, 400));
+        s.info()->hide(); // every sampled pixel is video
+        QVERIFY(s.show(Frame::blocks(1280, 720)));
+        // 1280x720 letterboxed in 400x400: (0, 87, 400, 225); GL counts rows from
+        // the bottom, so seen from the top the picture is rows 88..312.
+        QCOMPARE(s.tile->videoRect(), QRect(0, 87, 400, 225));
+        const QImage img = s.tile->grabFramebuffer().convertToFormat(QImage::Format_RGB32);
+        for (int b = 0; b < 6; ++b) {
+            const QColor got = img.pixelColor(400 * (2 * b + 1) / 12, 88 + 225 * 3 / 4);
+            QVERIFY2(near(got, Frame::blockColour(b)), qPrintable(QStringLiteral("block %1 is %2").arg(b).arg(got.name())));
+        }
+        QVERIFY(near(img.pixelColor(380, 90), Qt::white));  // the white band on top: upright
+        QVERIFY(near(img.pixelColor(380, 312), QColor(128, 128, 128)));
+        for (int y : {0, 87, 313, 399})
+            for (int x : {0, 200, 399})
+                QCOMPARE(img.pixelColor(x, y), QColor(Qt::black)); // bars
+        // A new size refits the picture, and the overlay with it.
+        s.tile->resize(640, 360);
+        QTRY_COMPARE(s.tile->videoRect(), QRect(0, 0, 640, 360));
+        QTRY_COMPARE(s.info()->videoRect(), QRect(0, 0, 640, 360));
+        s.tile->resize(200, 400);
+        QTRY_COMPARE(s.tile->videoRect(), QRect(0, 144, 200, 112));
+    }
+
+    void buffers()
+    {
+        // Rows cut to a multiple of 8; the buffer grows only for a larger picture.
+        auto p = person("cam", "Grow");
+        CPlayWidget tile(nullptr);
+        tile.setPersonData(p.get(), true);
+        tile.delayResetChangeTag();
+        const int steps[][4] = {{641, 360, 2 * 641 * 360 + 20480, 1}, {640, 360, 2 * 641 * 360 + 20480, 0},
+                                {1920, 1080, 4167680, 1},               {1280, 720, 4167680, 0}};
+        const uint8_t* previous = nullptr;
+        for (const auto& st : steps) {
+            Frame f = Frame::blocks(st[0], st[1]);
+            QVERIFY(onHostThread([&]() {
+                std::lock_guard<std::recursive_mutex> lock(QKXScreenConfig::getInstance()->frameLock());
+                return tile.PlayOneFrame(&f.rec);
+            }));
+            QCOMPARE(p->iAlignedWidth, st[0] & ~7);
+            QCOMPARE(p->iBufLen, st[2]);
+            QCOMPARE(p->m_pBufYuv420p != previous, bool(st[3]));
+            previous = p->m_pBufYuv420p;
+            const int A = st[0] & ~7;
+            for (int r : {0, st[1] / 2, st[1] - 1})
+                QCOMPARE(bytes(p->m_pBufYuv420p + qint64(r) * A, A), bytes(f.rec.data + qint64(r) * st[0], A));
+            const qint64 u = qint64(A) * st[1], su = qint64(st[0]) * st[1];
+            QCOMPARE(bytes(p->m_pBufYuv420p + u, A / 2), bytes(f.rec.data + su, A / 2));
+        }
+        tile.setPersonData(nullptr, false);
+    }
+
+    void clearDumpAndFreedRecord()
+    {
+        QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+        QTemporaryDir base;
+        QVERIFY(QDir(base.path()).mkpath("log/tmpFrame"));
+        cfg->setBaseDir(base.path());
+        auto p = person("u42", "Dumper");
+        Stage s(p.get(), QSize(200, 200));
+        QVERIFY(QTest::qWaitForWindowExposed(&s.host));
+        Frame first(64, 32, 200);
+        QVERIFY(s.feed(&first.rec));
+        // A right double click dumps the next frame, and that one only.
+        const QString path = base.path() + "/log/tmpFrame/(Dumper)u42_66x34.yuv";
+        QSignalSpy dclick(s.tile, &CPlayWidget::mouseLDClick);
+        QTest::mouseDClick(s.tile, Qt::RightButton, Qt::NoModifier, QPoint(100, 100));
+        QCOMPARE(dclick.count(), 0);
+        Frame second(66, 34, 22);
+        QVERIFY(s.feed(&second.rec));
+        QFile dump(path);
+        QVERIFY2(dump.open(QIODevice::ReadOnly), qPrintable(path));
+        QCOMPARE(dump.readAll(), bytes(second.rec.data, qint64(second.bytes.size())));
+        dump.close();
+        QVERIFY(QFile::remove(path));
+        QVERIFY(s.feed(&second.rec));
+        QVERIFY(!QFile::exists(path));
+        cfg->setBaseDir(QString());
+        // A freed record is dropped by the tile and no longer read by the overlay.
+        cfg->addDelPerson(p.get());
+        {
+            ExpectLog log;
+            QTest::ignoreMessage(QtDebugMsg, "m_pPersonInfo had delete");
+            QVERIFY(!s.feed(&second.rec));
+        }
+        QVERIFY(s.info()->displayName().isEmpty());
+        cfg->testDelPerson(p.get(), true);
+        QCOMPARE(s.tile->personInfo(), static_cast<tagPersonInfo*>(nullptr));
+    }
+
+    void mouse_data()
+    {
+        // A press, a move by delta, a release; "double" is the window system's
+        // press, release, double click, release.
+        QTest::addColumn<QPoint>("delta");
+        QTest::addColumn<bool>("doubleClick");
+        QTest::addColumn<int>("clicks");
+        QTest::newRow("6 px right: a drag") << QPoint(6, 0) << false << 0;
+        QTest::newRow("6 px up: a drag") << QPoint(0, -6) << false << 0;
+        QTest::newRow("5 px both ways: a click") << QPoint(5, 5) << false << 1;
+        QTest::newRow("still: a click") << QPoint(0, 0) << false << 1;
+        QTest::newRow("double click: no single click") << QPoint(0, 0) << true << 0;
+    }
+
+    void mouse()
+    {
+        QFETCH(QPoint, delta);
+        QFETCH(bool, doubleClick);
+        QFETCH(int, clicks);
+        CPlayWidget tile(nullptr);
+        tile.setGeometry(100, 100, 200, 200);
+        tile.showTile();
+        QVERIFY(QTest::qWaitForWindowExposed(&tile));
+        QSignalSpy click(&tile, &CPlayWidget::mouseLClick);
+        QSignalSpy dclick(&tile, &CPlayWidget::mouseLDClick);
+        const QPoint at(100, 100);
+        QTest::mousePress(&tile, Qt::LeftButton, Qt::NoModifier, at);
+        QMouseEvent move(QEvent::MouseMove, at + delta, tile.mapToGlobal(at + delta), Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(&tile, &move);
+        QTest::mouseRelease(&tile, Qt::LeftButton, Qt::NoModifier, at + delta);
+        if (doubleClick) {
+            QTest::mouseDClick(&tile, Qt::LeftButton, Qt::NoModifier, at);
+            QTest::mouseRelease(&tile, Qt::LeftButton, Qt::NoModifier, at);
+        }
+        QCOMPARE(click.count(), 0); // not at once: a second click may follow
+        QTest::qWait(500);          // past the 300 ms single-click timer
+        QCOMPARE(click.count(), clicks);
+        QCOMPARE(dclick.count(), doubleClick ? 1 : 0);
+    }
+
+    void detach_data()
+    {
+        QTest::addColumn<QString>("userID");
+        QTest::addColumn<bool>("black");
+        QTest::newRow("share") << "sharescreen_7" << true;
+        QTest::newRow("share id inside") << "x_sharescreen_7" << true;
+        QTest::newRow("camera") << "cam_7" << false;
+        QTest::newRow("prefix case differs") << "ShareScreen_7" << false;
+    }
+
+    void detach()
+    {
+        // A detached share leaves no picture behind; a camera tile keeps its last.
+        QFETCH(QString, userID);
+        QFETCH(bool, black);
+        auto p = person(userID, "Detach", 2);
+        Stage s(p.get(), QSize(320, 180));
+        QVERIFY(s.show(Frame(320, 180, 235)));
+        QTRY_COMPARE(s.tile->videoRect(), QRect(0, 0, 320, 180));
+        QVERIFY(near(s.pixel(160, 90), Qt::white));
+        s.tile->setPersonData(nullptr, false);
+        QVERIFY(near(s.pixel(160, 90), black ? Qt::black : Qt::white));
+        // Without a GL context (a tile never shown) the detach still goes through.
+        auto hidden = person("sharescreen_h", "Hidden");
+        CPlayWidget never(nullptr);
+        never.setPersonData(hidden.get(), true);
+        never.setPersonData(nullptr, false);
+        QCOMPARE(never.personInfo(), static_cast<tagPersonInfo*>(nullptr));
+    }
+
+    void overlayMetrics_data()
+    {
+        QTest::addColumn<QSize>("size");
+        QTest::addColumn<int>("fontPx");
+        QTest::addColumn<int>("iconPx");
+        QTest::newRow("strip tile 320x180: readable floor") << QSize(320, 180) << 11 << 16;
+        QTest::newRow("200x400: from the 16:9 height") << QSize(200, 400) << 11 << 16;
+        QTest::newRow("480x270") << QSize(480, 270) << 11 << 16;
+        QTest::newRow("640x360") << QSize(640, 360) << 15 << 22;
+        QTest::newRow("1920x1080: ceiling") << QSize(1920, 1080) << 18 << 26;
+    }
+
+    void overlayMetrics()
+    {
+        QFETCH(QSize, size);
+        kxoverlay::PlayInfoInput in;
+        in.size = size;
+        in.plateText = QStringLiteral("Eve");
+        in.mic = in.net = in.more = true;
+        const kxoverlay::PlayInfoLayout L = kxoverlay::layoutPlayInfo(in);
+        QTEST(L.fontPx, "fontPx");
+        QTEST(L.iconPx, "iconPx");
+        QVERIFY(QRect(QPoint(0, 0), size).contains(L.plate));
+    }
+
+    void overlayStates()
+    {
+        QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+        auto p = person("u_alice", "Alice Smith");
+        p->bMute = false;
+        p->iVolume = 70;
+        Stage s(p.get(), QSize(640, 360));
+        QVERIFY(s.show(Frame(640, 360, 32, 240, 118)));
+        QDlgPlayInfo* info = s.info();
+        QCOMPARE(info->plateText(), QString("Alice Smith"));
+        QCOMPARE(info->micIconName(), QString("mic_on"));
+        QCOMPARE(info->netIconName(), QString("net_level_6"));
+        QVERIFY(info->micButton()->isVisible() && info->moreButton()->isVisible());
+        QImage img = s.grab();
+        QVERIFY(near(img.pixelColor(320, 180), QColor(0, 0, 255), 8)); // the picture shows through
+        QVERIFY(countLike(img, info->layout().name, Qt::white, 60) > 30);
+        QVERIFY(countLike(img, info->layout().mic, QColor(0x3D, 0xD6, 0x8C)) > 4); // the level
+        // Frames do not repaint the overlay; a state change does.
+        const int paints = info->paintCount();
+        const Frame blue(640, 360, 32, 240, 118);
+        for (int i = 0; i < 3; ++i)
+            QVERIFY(s.feed(&blue.rec));
+        pump();
+        QCOMPARE(info->paintCount(), paints);
+        p->bMute = true;
+        info->refreshDisplay();
+        QCOMPARE(info->micIconName(), QString("mic_off"));
+        QTRY_VERIFY(info->paintCount() > paints);
+        QCOMPARE(countLike(s.grab(), info->layout().mic, QColor(0x3D, 0xD6, 0x8C)), 0);
+        p->bHasMic = false;
+        info->refreshDisplay();
+        QCOMPARE(info->micIconName(), QString("mic_none"));
+        // No video: the initial on a disc whose colour comes from the user ID alone.
+        p->bPreview = false;
+        info->refreshDisplay();
+        QVERIFY(info->isPlaceholderShown());
+        QCOMPARE(info->initialText(), QString("A"));
+        QCOMPARE(kxoverlay::discColor("sharescreen_u_alice"), info->discColor());
+        QVERIFY(countLike(s.grab(), info->layout().avatar, info->discColor(), 8) > 100);
+    }
+
+    void spinner()
+    {
+        // No level yet: the spinner turns in the middle until a level arrives or
+        // 15 s (250 ticks of 60 ms) have passed; then the weakest level shows.
+        auto p = person("u_nick", "Nick");
+        p->iNetLevel = 0;
+        Stage s(p.get(), QSize(640, 360));
+        QVERIFY(s.show(Frame(640, 360)));
+        NetWeakLoading* w = s.info()->netWeakLoading();
+        QTRY_VERIFY(w->isVisible());
+        QCOMPARE(w->pos(), QPoint((640 - w->width()) / 2, (360 - w->height()) / 2));
+        w->stopLoading(); // ticked by hand from here on
+        QSignalSpy timeout(w, &NetWeakLoading::sigTimerOutLoading);
+        for (int i = 1; i < 250; ++i)
+            w->onTick();
+        QCOMPARE(timeout.count(), 0);
+        QCOMPARE(w->elapsed(), 249 * 60);
+        w->onTick();
+        QCOMPARE(timeout.count(), 1);
+        QVERIFY(!w->isVisible());
+        QCOMPARE(p->iNetLevel, -1);
+        QVERIFY(p->bNetWeak);
+        QCOMPARE(s.info()->netIconName(), QString("net_level_1"));
+        // 15 degrees a tick; 360 and then 0: upright twice in a row.
+        NetWeakLoading fresh(nullptr);
+        QList<int> angles, expected;
+        for (int i = 0; i < 27; ++i) {
+            fresh.onTick();
+            angles << fresh.angle();
+        }
+        for (int a = 15; a <= 360; a += 15)
+            expected << a;
+        QCOMPARE(angles, expected << 0 << 15 << 30);
+    }
+
+    void controlsReachTheHost()
+    {
+        Gallery g(QSize(1280, 720));
+        QVERIFY(QTest::qWaitForWindowExposed(&g.parent));
+        QByteArray me("me"), ann("u_ann"), ben("unjoined_u_ben");
+        void* self = KXScreen_AddPerson(g.h, me.data(), me.data(), me.data(), 1, 0, reinterpret_cast<void*>(1), 1);
+        void* other = KXScreen_AddPerson(g.h, ann.data(), ann.data(), ann.data(), 2, 0, reinterpret_cast<void*>(2), 1);
+        void* invited = KXScreen_AddPerson(g.h, ben.data(), ben.data(), ben.data(), 3, 0, reinterpret_cast<void*>(3), 2);
+        KXScreen_SetPersonInfo(g.h, self, true, 1, me.data()); // the local user hosts
+        pump();
+        QDlgPlayInfo* info = recordOf(other)->pWidget->playInfo();
+        QDlgPlayInfo* inv = recordOf(invited)->pWidget->playInfo();
+        QTRY_VERIFY(info->micButton()->isVisible() && inv->recallButton()->isVisible());
+        Recorder& host = g.host();
+        clickThroughWindow(info->micButton());
+        QTRY_COMPARE(host.count(KXSCREEN_MSG_CLICK_AUDIO, recordOf(other)), 1);
+        QCOMPARE(host.last(KXSCREEN_MSG_CLICK_AUDIO).l, uint64_t(2));
+        QWidget* more = info->moreButton();
+        clickThroughWindow(more);
+        QTRY_COMPARE(host.count(KXSCREEN_MSG_CLICK_MORE), 1);
+        QCOMPARE(QDlgPlayInfo::unpackClickPos(int(host.last(KXSCREEN_MSG_CLICK_MORE).w)), more->mapToGlobal(more->rect().center()));
+        QCOMPARE(host.last(KXSCREEN_MSG_CLICK_MORE).l, uint64_t(2));
+        QCOMPARE(QDlgPlayInfo::packClickPos(QPoint(3, 5)), (3 << 16) | 5);
+        QCOMPARE(QDlgPlayInfo::unpackClickPos(QDlgPlayInfo::packClickPos(QPoint(-1280, 200))), QPoint(-1280, 200));
+        clickThroughWindow(inv->recallButton());
+        QTRY_COMPARE(host.count(KXSCREEN_MSG_RECALL_PERSON, recordOf(invited)), 1);
+        // A click beside the controls is the tile's.
+        QSignalSpy click(recordOf(other)->pWidget, &CPlayWidget::mouseLClick);
+        clickThroughWindow(recordOf(other)->pWidget, QPoint(40, 40));
+        QTRY_COMPARE(click.count(), 1);
+        KXScreen_SetPersonInfo(g.h, self, true, 0, me.data()); // no longer host
+        pump();
+        QTRY_VERIFY(inv->recallButton()->isHidden());
+    }
+
+    void popupAndPageControls()
+    {
+        QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+        for (bool light : {true, false}) {
+            cfg->setNewSkin(light);
+            QDlgPopupScreen dlg(nullptr);
+            QWidget* title = dlg.findChild<QWidget*>("title");
+            QVERIFY(title);
+            QCOMPARE(dlg.size(), QSize(240, 654));
+            QCOMPARE(title->geometry(), QRect(0, 0, 240, 44));
+            QCOMPARE(dlg.getScreenFrame()->geometry(), QRect(1, 40, 238, 571));
+            const QColor want(light ? "#FFFFFF" : "#2A2E36");
+            const QImage img = dlg.grab().toImage();
+            QCOMPARE(QColor(img.pixel(120, 20)), want);
+            QCOMPARE(QColor(img.pixel(120, 630)), want);
+        }
+        // A page control is its SVG at double resolution and reports a left
+        // press (only) through the configuration.
+        QWidget parent;
+        parent.resize(100, 100);
+        QMyPageCtrl* ctrl = new QMyPageCtrl(":/pic/pageNext.svg", &parent);
+        QCOMPARE(ctrl->size(), QSize(36, 36));
+        QCOMPARE(ctrl->drawImage().size(), QSize(72, 72));
+        parent.show();
+        ctrl->show();
+        QVERIFY(QTest::qWaitForWindowExposed(&parent));
+        QSignalSpy spy(cfg, &QKXScreenConfig::clickPageCtl);
+        QTest::mouseClick(ctrl, Qt::RightButton);
+        QCOMPARE(spy.count(), 0);
+        QTest::mouseClick(ctrl, Qt::LeftButton);
+        QCOMPARE(spy.count(), 1);
+        QCOMPARE(qvariant_cast<QWidget*>(spy.at(0).at(0)), static_cast<QWidget*>(ctrl));
+    }
+};
+
+QTEST_MAIN(TstTile)
+#include "tst_tile.moc"
