@@ -144,6 +144,10 @@ public:
     // True while person is a record of this gallery that still has the serial
     // number it had when work for it was queued (any thread).
     bool isCurrentPerson(void* person, quint64 serial) const;
+    // Whether work queued for the record with this serial may still run: the
+    // record is the same one, or it has been freed and is listed as freed
+    // (the slots ask that list before anything else).
+    bool mayRunFor(void* person, quint64 serial) const;
     // Runs f on the interface thread after the events queued before it, unless
     // the participant has left by then (any thread).
     void postForPerson(tagPersonInfo* person, std::function<void()> f);

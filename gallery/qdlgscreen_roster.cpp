@@ -277,13 +277,21 @@ bool QDlgScreen::isCurrentPerson(void* person, quint64 serial) const
     return it != m_ownedSerials.constEnd() && it.value() == serial;
 }
 
+bool QDlgScreen::mayRunFor(void* person, quint64 serial) const
+{
+    // A record freed since the work was queued, and still listed as freed,
+    // is left to the slot, which asks the registry first and says so; one
+    // whose address a newcomer has taken meanwhile is not.
+    return isCurrentPerson(person, serial) || QKXScreenConfig::getInstance()->testDelPerson(person, false);
+}
+
 void QDlgScreen::postForPerson(tagPersonInfo* person, std::function<void()> f)
 {
     // The serial is read while the record is certainly alive (the caller holds
     // it); by the time the work runs, only the registry of this gallery is asked.
     const quint64 serial = person->serial;
     kxsync::post(this, [this, person, serial, f]() {
-        if (!isCurrentPerson(person, serial)) {
+        if (!mayRunFor(person, serial)) {
             KXLOG << "testDelPerson: queued work dropped, the participant has left, pPerson:"
                   << static_cast<void*>(person);
             return;

@@ -114,7 +114,7 @@ void toPerson(const ScreenUse& use, const PersonRef& ref, F&& f)
         return;
     }
     kxsync::post(screen, [screen, ref, f = std::forward<F>(f)]() mutable {
-        if (!screen->isCurrentPerson(ref.record, ref.serial)) {
+        if (!screen->mayRunFor(ref.record, ref.serial)) {
             KXLOG << "testDelPerson: queued work dropped, the participant has left, pPerson:"
                   << static_cast<void*>(ref.record);
             return;
