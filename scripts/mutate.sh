@@ -6,6 +6,7 @@
 #   scripts/mutate.sh              every mutant
 #   scripts/mutate.sh G02 R01      only these
 #   scripts/mutate.sh --list       the list, nothing built
+#   scripts/mutate.sh --check      whether every mutant still applies, nothing built
 #
 # The scratch copy and its build live in build-mutate/ (the working tree is
 # never touched); results go to build-mutate/results.txt. A mutant whose text
@@ -27,10 +28,10 @@ ids=() files=() froms=() tos=() whats=()
 m() { ids+=("$1"); files+=("$2"); froms+=("$3"); tos+=("$4"); whats+=("$5"); }
 
 # --- module -----------------------------------------------------------------
-m M01 module/kxscreenwin32.cpp $'kxmodule::ensureAttached();\n    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();\n    QMutexLocker lock(&cfg->frameLock());' \
-      $'kxmodule::ensureAttached();\n    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();' \
+m M01 module/kxscreenwin32.cpp $'QKXScreenConfig* cfg = config();\n        std::lock_guard<std::recursive_mutex> lock(cfg->frameLock());\n        ScreenUse use(hScreen);' \
+      $'QKXScreenConfig* cfg = config();\n        ScreenUse use(hScreen);' \
       "PlayFrame copies without the frame lock"
-m M02 module/kxscreenwin32.cpp 'h->addDelPlay(hPlay);' '' \
+m M02 module/kxscreenwin32.cpp 'use.handle()->addDelPlay(hPlay);' '' \
       "a deleted play handle is not listed as released"
 m M03 module/qkxscreenconfig.cpp 'return isNewSkin() ? QStringLiteral("#FFFFFF") : QStringLiteral("#2A2E36");' \
       'return isNewSkin() ? QStringLiteral("#2A2E36") : QStringLiteral("#FFFFFF");' \
@@ -143,6 +144,16 @@ if [ "${1:-}" = "--list" ]; then
   for i in "${!ids[@]}"; do printf '%s  %-30s %s\n' "${ids[$i]}" "${files[$i]}" "${whats[$i]}"; done
   echo "${#ids[@]} mutants"
   exit 0
+fi
+if [ "${1:-}" = "--check" ]; then
+  # Every mutant's text still occurs exactly once in its file (nothing built).
+  bad=0
+  for i in "${!ids[@]}"; do
+    n=$(FROM=${froms[$i]} perl -0ne '$n = () = /\Q$ENV{FROM}\E/g; print $n' "${files[$i]}")
+    [ "$n" = "1" ] || { echo "${ids[$i]} stale: ${files[$i]} has the text $n times"; bad=1; }
+  done
+  [ "$bad" = 0 ] && echo "all ${#ids[@]} mutants apply"
+  exit "$bad"
 fi
 
 selected=("$@")
