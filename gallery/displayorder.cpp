@@ -194,4 +194,16 @@ int arrivalIndex(const QVector<OrderItem>& roster, qint64 joinTime)
     return roster.size();
 }
 
+int speakerPlaceIndex(const QVector<PlaceItem>& firstPage)
+{
+    int best = -1;
+    for (int i = 0; i < firstPage.size(); ++i) {
+        if (firstPage[i].fixed)
+            continue;
+        if (best < 0 || firstPage[i].spokeAt <= firstPage[best].spokeAt)
+            best = i;
+    }
+    return best;
+}
+
 } // namespace kxorder

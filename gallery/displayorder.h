@@ -66,6 +66,18 @@ bool needOrder(const QVector<OrderItem>& roster, int index);
 // Insertion index of a newcomer on arrival (roster in display order).
 int arrivalIndex(const QVector<OrderItem>& roster, qint64 joinTime);
 
+// A participant on the first page of the grid, as the active speaker's
+// arrival there sees it.
+struct PlaceItem {
+    qint64 spokeAt = 0; // when last reported speaking; 0 never
+    bool fixed = false; // keeps its place: the local user, the pinned one, a share
+};
+// The grid brings an active speaker who is not on its first page there by
+// giving it the place of the participant there who spoke least recently
+// (never counts as longest ago; on a tie, the one further back), so that
+// nobody else moves. -1 when every place is fixed.
+int speakerPlaceIndex(const QVector<PlaceItem>& firstPage);
+
 } // namespace kxorder
 
 #endif

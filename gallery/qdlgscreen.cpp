@@ -14,6 +14,7 @@
 #include <QCloseEvent>
 #include <QKeyEvent>
 #include <QResizeEvent>
+#include <QTimer>
 #include <QWheelEvent>
 #include <limits>
 
@@ -104,6 +105,11 @@ QDlgScreen::QDlgScreen(QWidget* parent)
     connect(cfg, &QKXScreenConfig::modSignalClearSubtitles, this, &QDlgScreen::onModClearSubtitles);
     connect(cfg, &QKXScreenConfig::modSignalOpenSubtitle, this, &QDlgScreen::onModOpenSubtitle);
     connect(cfg, &QKXScreenConfig::modSignalMeetingRoomMinimized, this, &QDlgScreen::onModMeetingRoomMinimized);
+
+    m_pSpeakerTimer = new QTimer(this);
+    m_pSpeakerTimer->setSingleShot(true);
+    connect(m_pSpeakerTimer, &QTimer::timeout, this, &QDlgScreen::onSpeakerTick);
+    m_speakerClock.start();
 
     initModSlotMap();
     m_minJoinTime = std::numeric_limits<qint64>::max();

@@ -1,6 +1,8 @@
 #ifndef KX_QDLGSCREEN_H
 #define KX_QDLGSCREEN_H
 
+#include "speakerhold.h"
+
 #include <QDialog>
 #include <QElapsedTimer>
 #include <QImage>
@@ -17,6 +19,7 @@
 
 class CPlayWidget;
 class QDlgPicInPic;
+class QTimer;
 class QMyPageCtrl;
 class SubtitleBand;
 struct tagPersonInfo;
@@ -162,6 +165,11 @@ public:
     qint64 minJoinTime() const { return m_minJoinTime.load(); }
     qint64 maxJoinTime() const { return m_maxJoinTime.load(); }
     // The live captions as "name: text", oldest first.
+    // Who holds the stage as active speaker, and how often it changed hands.
+    QString stageSpeaker() const { return m_speakerHold.stage(); }
+    int stageSpeakerChanges() const { return m_iStageSpeakerChanges; }
+    // Shorter hold times, for tests.
+    void setSpeakerHoldTimes(qint64 takeMs, qint64 holdMs);
     QStringList subtitles() const;
     SubtitleBand* subtitleBand() const { return m_pSubtitleBand; }
 
@@ -239,8 +247,22 @@ private:
     QSet<QString> sharingUserIDs() const;
     // Six-cut and eight-cut: one big tile and small ones, by slot.
     void reLayoutBigAndSmall(int slotCount, QRect (*rectOf)(int, int, int, int, int), bool bSixCut);
-    void beginLook(bool bStart); // a look state starts (bStart) or moves to another participant
+    // A look state begins (bToast: of a kind not active yet; bFirst: no look
+    // of any kind was active) or moves to another participant.
+    void beginLook(bool bToast, bool bFirst);
     void endLook();
+    bool anyLookActive() const;
+    void restoreLookLayout();
+    // Pin, active speaker and voice activation.
+    void setPinned(tagPersonInfo* pinned);
+    void applyPin();
+    void speakerReport(const QString& userID);
+    void setSpeaking(const QString& userID);
+    void scheduleSpeakerTick();
+    void onSpeakerTick();
+    void applyStageSpeaker();
+    void bringSpeakerToFirstPage(tagPersonInfo* p);
+    void cancelVoiceActivation();
     void NotifyShareWgtPos();
     void CheckShareWgtPosChanged();
     void logPlayMap(const char* tag) const;
@@ -281,7 +303,13 @@ private:
     QDlgPicInPic* m_pPicInPic = nullptr;
 
     bool m_bJoinFinish = false;
-    QString m_qstrFocusUserID;                   // chosen with KXScreen_FocusByUserID
+    QString m_qstrFocusUserID;                   // pinned with KXScreen_FocusByUserID or a double click
+    SpeakerHold m_speakerHold;                   // who holds the stage as speaker
+    QTimer* m_pSpeakerTimer = nullptr;           // when the hold can next change the stage
+    QElapsedTimer m_speakerClock;
+    QString m_qstrSpeakingUserID;                // reported speaking right now (the border)
+    bool m_bVoiceActivation = false;             // the speaker came through voice activation
+    int m_iStageSpeakerChanges = 0;
     CPlayWidget* m_pMoreMenuPlayWidget = nullptr; // tile whose "more" menu is open
     tagPersonInfo* m_pMoreMenuPerson = nullptr;
     QMap<int, void (QDlgScreen::*)()> m_mapModeSlot; // layout pass of each mode

@@ -3,12 +3,15 @@
 #include "qdlgscreen.h"
 
 #include "cplaywidget.h"
+#include "displayorder.h"
 #include "modulelog.h"
 #include "pagingrules.h"
 #include "personinfo.h"
 #include "qdlgpicinpic.h"
 #include "qdlgplayinfo.h"
 #include "qkxscreenconfig.h"
+
+#include <QTimer>
 
 namespace {
 const QString kSharePrefix = QStringLiteral("sharescreen_");
@@ -101,17 +104,39 @@ bool QDlgScreen::testResetPreFocus()
 
 void QDlgScreen::testCancelLockLook(tagPersonInfo* person)
 {
+    // The participant everyone (or the local user) looked at has gone: the
+    // host hears which look ended, then the toast goes.
     if (!person)
         return;
     QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
     const bool bHad = person->bLockLook || person->bAllLook;
-    if (person->bLockLook) {
-        cfg->notifyHost(16, reinterpret_cast<quintptr>(person), reinterpret_cast<quintptr>(person->pUserData));
-    }
     person->bLockLook = false;
     person->bAllLook = false;
-    if (bHad)
-        cfg->notifyHost(12, 0, 0);
+    if (!bHad)
+        return;
+    cfg->notifyHost(16, reinterpret_cast<quintptr>(person), reinterpret_cast<quintptr>(person->pUserData));
+    cfg->notifyHost(12, 0, 0);
+}
+
+bool QDlgScreen::anyLookActive() const
+{
+    if (m_pAllLookPerson)
+        return true;
+    for (tagPersonInfo* p : m_vecPerson) {
+        if (p->bLockLook)
+            return true;
+    }
+    return false;
+}
+
+void QDlgScreen::restoreLookLayout()
+{
+    // The layout saved when the first look began comes back once the last
+    // one has ended.
+    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+    if (m_iPreLockMode >= 1 && m_iPreLockMode <= 9)
+        cfg->setCurScreenMode(m_iPreLockMode);
+    m_iPreLockMode = 0;
 }
 
 void QDlgScreen::onModAllLook(void* person, bool bAllLook)
@@ -125,14 +150,15 @@ void QDlgScreen::onModAllLook(void* person, bool bAllLook)
     KXLOG << "onModAllLook userName:" << p->userName << ",bAllLook:" << bAllLook;
     const quint64 serial = p->serial;
     if (bAllLook) {
-        const bool bStart = !m_pAllLookPerson;
+        const bool bToast = !m_pAllLookPerson;
+        const bool bFirst = !anyLookActive();
         if (m_pAllLookPerson && m_pAllLookPerson != p) {
             m_pAllLookPerson->bAllLook = false;
             refreshTile(m_pAllLookPerson);
         }
         m_pAllLookPerson = p;
         p->bAllLook = true;
-        beginLook(bStart);
+        beginLook(bToast, bFirst);
     } else if (m_pAllLookPerson == p) {
         p->bAllLook = false;
         m_pAllLookPerson = nullptr;
@@ -154,10 +180,11 @@ void QDlgScreen::onModLookLock(void* person, bool bLock)
     KXLOG << "onModLookLock userName:" << p->userName << ",bLock:" << bLock;
     const quint64 serial = p->serial;
     if (bLock) {
-        bool bStart = true;
+        bool bToast = true;
+        const bool bFirst = !anyLookActive();
         for (tagPersonInfo* q : qAsConst(m_vecPerson)) {
             if (q->bLockLook) {
-                bStart = false;
+                bToast = false;
                 if (q != p) {
                     q->bLockLook = false;
                     refreshTile(q);
@@ -165,7 +192,7 @@ void QDlgScreen::onModLookLock(void* person, bool bLock)
             }
         }
         p->bLockLook = true;
-        beginLook(bStart);
+        beginLook(bToast, bFirst);
     } else if (p->bLockLook) {
         p->bLockLook = false;
         endLook();
@@ -175,15 +202,16 @@ void QDlgScreen::onModLookLock(void* person, bool bLock)
         refreshTile(p);
 }
 
-void QDlgScreen::beginLook(bool bStart)
+void QDlgScreen::beginLook(bool bToast, bool bFirst)
 {
-    // Everyone (or the local user) looks at one participant: show it large,
-    // and remember the layout to return to when the look state ends.
+    // Everyone (or the local user) looks at one participant: show it large.
+    // The layout to return to is the one before the first look: a second
+    // look that begins meanwhile must not save the first one's layout.
     QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
-    if (bStart) {
+    if (bFirst)
         m_iPreLockMode = cfg->curScreenMode();
+    if (bToast)
         cfg->notifyHost(13, 0, 0);
-    }
     reAddFocusPersonToPlayMap();
     if (!IsFocusMode(cfg->curScreenMode()) && cfg->curScreenMode() != 9)
         setMeetingMode(5);
@@ -196,6 +224,11 @@ void QDlgScreen::endLook()
     QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
     cfg->notifyHost(12, 0, 0);
     reAddFocusPersonToPlayMap();
+    if (anyLookActive()) {
+        // Another look goes on: its participant takes the big tile.
+        reposPlayWnd();
+        return;
+    }
     const int back = m_iPreLockMode >= 1 && m_iPreLockMode <= 9 ? m_iPreLockMode : cfg->curScreenMode();
     m_iPreLockMode = 0;
     setMeetingMode(back);
@@ -231,53 +264,178 @@ bool QDlgScreen::isLocalShare() const
 
 void QDlgScreen::onModFocusByUserID(QString userID)
 {
+    // A pin: the stage in the speaker layouts, the first place of the first
+    // page in the grid. An empty or unknown ID unpins.
     KXLOG << "onModFocusByUserID userID:" << userID;
-    m_qstrFocusUserID = userID;
+    tagPersonInfo* p = userID.isEmpty() ? nullptr : findPersonByUserID(userID);
+    setPinned(p);
     if (IsFocusMode(QKXScreenConfig::getInstance()->curScreenMode()))
         reAddFocusPersonToPlayMap();
     emit QKXScreenConfig::getInstance()->notifyDisplayOrder(false);
 }
 
+void QDlgScreen::setPinned(tagPersonInfo* pinned)
+{
+    m_qstrFocusUserID = pinned ? pinned->userID : QString();
+    for (tagPersonInfo* q : qAsConst(m_vecPerson)) {
+        if (q->bPinned != (q == pinned)) {
+            q->bPinned = q == pinned;
+            refreshTile(q);
+        }
+    }
+}
+
+void QDlgScreen::applyPin()
+{
+    // In the grid the pinned participant leads the first page, whatever the
+    // ordering put there.
+    const int mode = QKXScreenConfig::getInstance()->curScreenMode();
+    if (m_qstrFocusUserID.isEmpty() || mode < 1 || mode > 3)
+        return;
+    tagPersonInfo* p = findPersonByUserID(m_qstrFocusUserID);
+    const int idx = m_vecPerson.indexOf(p);
+    if (idx > 0) {
+        m_vecPerson.remove(idx);
+        m_vecPerson.prepend(p);
+    }
+}
+
 void QDlgScreen::onModVoiceActivate(QString userID)
 {
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
     tagPersonInfo* p = findPersonByUserID(userID);
     if (!p) {
         KXLOG << "onModVoiceActivate no person, userID:" << userID;
         return;
     }
     KXLOG << "onModVoiceActivate userName:" << p->userName;
-    cfg->m_qstrAciveUserID = userID;
-    // The speaker moves to the front of the join-time order, so it stays on
-    // the first page.
-    p->joinTime = getMinJoinTime();
-    m_pVoiceActivatePlayWidget = p->pWidget;
-    if (IsFocusMode(cfg->curScreenMode()))
-        reAddFocusPersonToPlayMap();
-    emit cfg->notifyDisplayOrder(false);
+    m_bVoiceActivation = true;
+    speakerReport(userID);
 }
 
 void QDlgScreen::onModCancelVoiceActivate()
 {
     KXLOG << "onModCancelVoiceActivate";
+    cancelVoiceActivation();
+    if (IsFocusMode(QKXScreenConfig::getInstance()->curScreenMode()))
+        reAddFocusPersonToPlayMap();
+    reposPlayWnd();
+}
+
+void QDlgScreen::cancelVoiceActivation()
+{
     m_pVoiceActivatePlayWidget = nullptr;
+    m_bVoiceActivation = false;
+    m_speakerHold.clear();
+    m_pSpeakerTimer->stop();
+    setSpeaking(QString());
     QKXScreenConfig::getInstance()->m_qstrAciveUserID.clear();
 }
 
 void QDlgScreen::onModSetSpeakList(QString userIDs)
 {
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
     const QStringList ids = userIDs.split(QLatin1Char(','), Qt::SkipEmptyParts);
-    const QString active = ids.isEmpty() ? QString() : ids.first().trimmed();
-    if (active == cfg->m_qstrAciveUserID)
+    speakerReport(ids.isEmpty() ? QString() : ids.first().trimmed());
+}
+
+void QDlgScreen::speakerReport(const QString& userID)
+{
+    // Hosts report the speaker many times a second: the same one again
+    // changes nothing, not even a repaint.
+    if (userID == m_qstrSpeakingUserID)
         return;
-    cfg->m_qstrAciveUserID = active;
-    // In the speaker layouts the big tile follows the active speaker, unless a
-    // look state or the local user's own choice holds it.
-    if (IsFocusMode(cfg->curScreenMode()) && getFoucsPerson() != m_pFocusPerson) {
-        reAddFocusPersonToPlayMap();
-        reposPlayWnd();
+    setSpeaking(userID);
+    const qint64 now = m_speakerClock.elapsed() + 1;
+    tagPersonInfo* p = userID.isEmpty() ? nullptr : findPersonByUserID(userID);
+    if (p)
+        p->spokeAt = now;
+    // The local user never takes the stage as speaker: for the stage that is
+    // silence, and the last speaker stays.
+    const QString candidate = p && !p->bSelf ? userID : QString();
+    if (m_speakerHold.report(candidate, now))
+        applyStageSpeaker();
+    scheduleSpeakerTick();
+}
+
+void QDlgScreen::setSpeaking(const QString& userID)
+{
+    m_qstrSpeakingUserID = userID;
+    for (tagPersonInfo* q : qAsConst(m_vecPerson)) {
+        const bool speaking = !userID.isEmpty() && q->userID == userID;
+        if (q->bSpeaking != speaking) {
+            q->bSpeaking = speaking;
+            refreshTile(q);
+        }
     }
+}
+
+void QDlgScreen::scheduleSpeakerTick()
+{
+    const qint64 at = m_speakerHold.nextChangeAt();
+    if (at < 0) {
+        m_pSpeakerTimer->stop();
+        return;
+    }
+    m_pSpeakerTimer->start(int(qBound<qint64>(0, at - (m_speakerClock.elapsed() + 1), 60000)));
+}
+
+void QDlgScreen::onSpeakerTick()
+{
+    if (m_speakerHold.tick(m_speakerClock.elapsed() + 1))
+        applyStageSpeaker();
+    scheduleSpeakerTick();
+}
+
+void QDlgScreen::applyStageSpeaker()
+{
+    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+    const QString stage = m_speakerHold.stage();
+    cfg->m_qstrAciveUserID = stage;
+    ++m_iStageSpeakerChanges;
+    tagPersonInfo* p = stage.isEmpty() ? nullptr : findPersonByUserID(stage);
+    KXLOG << "[ScreenMod]active speaker on stage, userID:" << stage;
+    const int mode = cfg->curScreenMode();
+    if (IsFocusMode(mode)) {
+        if (getFoucsPerson() != m_pFocusPerson) {
+            reAddFocusPersonToPlayMap();
+            reposPlayWnd();
+        }
+    } else if (mode >= 1 && mode <= 3 && p) {
+        bringSpeakerToFirstPage(p);
+    }
+    if (m_bVoiceActivation)
+        m_pVoiceActivatePlayWidget = p && isHasPerson(p) ? static_cast<CPlayWidget*>(p->pWidget) : nullptr;
+}
+
+void QDlgScreen::bringSpeakerToFirstPage(tagPersonInfo* p)
+{
+    // A speaker already on screen keeps its tile: the grid does not reshuffle.
+    if (p->pWidget && p->pWidget->isVisible())
+        return;
+    const int mode = QKXScreenConfig::getInstance()->curScreenMode();
+    const int places = qMin(mode == 3 ? 8 : 6, m_vecPerson.size());
+    const int idx = m_vecPerson.indexOf(p);
+    if (idx < places)
+        return; // on the first page already (the local user is looking at another)
+    QVector<kxorder::PlaceItem> page(places);
+    for (int i = 0; i < places; ++i) {
+        const tagPersonInfo* q = m_vecPerson.at(i);
+        page[i].spokeAt = q->spokeAt;
+        page[i].fixed = q->bSelf || q->bPinned || q->iRoleType == 1 || q->isShareScreen();
+    }
+    const int t = kxorder::speakerPlaceIndex(page);
+    if (t < 0)
+        return;
+    // The stamp keeps the speaker ahead of the participants who joined
+    // before it when the roster is next ordered.
+    p->joinTime = getMinJoinTime();
+    std::swap(m_vecPerson[t], m_vecPerson[idx]);
+    reposPlayWnd();
+}
+
+void QDlgScreen::setSpeakerHoldTimes(qint64 takeMs, qint64 holdMs)
+{
+    m_speakerHold = SpeakerHold(takeMs, holdMs);
+    m_pSpeakerTimer->stop();
 }
 
 // A record handed back by a tile's control or a window after it may have left:
@@ -355,12 +513,22 @@ void QDlgScreen::onLeftBtnDBClick(CPlayWidget* widget)
         return;
     QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
     notifyDBClickPlayWnd();
-    // A double click shows that tile alone; another brings the layout back.
-    if (cfg->curScreenMode() == 9) {
+    const int mode = cfg->curScreenMode();
+    if (mode >= 1 && mode <= 3) {
+        // In the grid a double click pins that participant (or unpins the
+        // pinned one): it leads the first page from then on.
+        tagPersonInfo* p = getPersonInfoByPlayWidgetPtr(widget);
+        if (p)
+            onModFocusByUserID(p->bPinned ? QString() : p->userID);
+        return;
+    }
+    // Elsewhere a double click shows that tile alone; another brings the
+    // layout back.
+    if (mode == 9) {
         const int back = cfg->preScreenMode() == 9 ? 1 : cfg->preScreenMode();
         setMeetingMode(back);
     } else if (getPersonInfoByPlayWidgetPtr(widget)) {
-        cfg->setPreScreenMode(cfg->curScreenMode());
+        cfg->setPreScreenMode(mode);
         m_pMaxPlayWnd = widget;
         m_pCurSelPlayWidget = widget;
         setMeetingMode(9);

@@ -89,6 +89,7 @@ void QDlgScreen::onDisplayOrder(bool bOrderForMute)
             ordered.append(m_vecPerson.at(i));
     }
     m_vecPerson = ordered;
+    applyPin();
     reposPlayWnd();
 }
 

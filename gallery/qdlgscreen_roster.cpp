@@ -13,6 +13,7 @@
 
 #include <QDateTime>
 #include <QThread>
+#include <QTimer>
 #include <limits>
 
 void* QDlgScreen::AddMeetingPerson(QString userID, QString qstrExtra, QString userName, qint64 joinTime,
@@ -90,6 +91,7 @@ void QDlgScreen::onModAddPerson(void* person)
         }
         m_vecPerson.insert(kxorder::arrivalIndex(items, p->joinTime), p);
     }
+    applyPin();
     KXLOG << "AddMeetingPerson 1personSize: " << m_vecPerson.size();
     KXLOG << "onModAddPerson 0, userName:" << p->userName << ",pWidget:" << p->pWidget << ",userID:" << p->userID;
 
@@ -230,22 +232,28 @@ bool QDlgScreen::DelPerson(tagPersonInfo* p)
         m_pFocusPerson = nullptr;
         if (cfg->preScreenMode() == 9 && (p->bLockLook || p->bAllLook))
             m_iPreLockMode = 5;
-        if (p->bLockLook)
-            m_iPreLockMode = cfg->curScreenMode();
     } else if (p == m_pPreFocusPerson) {
         m_pPreFocusPerson = nullptr;
     }
 
-    if (p == m_pAllLookPerson) {
+    if (p == m_pAllLookPerson || p->bLockLook) {
+        if (p == m_pAllLookPerson)
+            m_pAllLookPerson = nullptr;
+        // 16 and 12 go to the host, which may call back in: what is read
+        // afterwards is this gallery's own state, and p is not freed yet.
         testCancelLockLook(p);
-        m_pAllLookPerson = nullptr;
+        if (!anyLookActive())
+            restoreLookLayout();
     }
     if (p == m_pFocusPerson)
         m_pFocusPerson = nullptr;
     if (p == m_pPreFocusPerson)
         m_pPreFocusPerson = nullptr;
-    if (m_pVoiceActivatePlayWidget && m_pVoiceActivatePlayWidget->personInfo() == p)
-        onModCancelVoiceActivate();
+    if (m_bVoiceActivation && p->userID == m_speakerHold.stage())
+        cancelVoiceActivation();
+    m_speakerHold.forget(p->userID);
+    if (p->userID == m_qstrSpeakingUserID)
+        m_qstrSpeakingUserID.clear();
 
     if (!m_vecPerson.isEmpty()) {
         testPrevPageForDelPerson();
@@ -480,7 +488,11 @@ void QDlgScreen::resetAll()
     m_pMoreMenuPlayWidget = nullptr;
     m_pMoreMenuPerson = nullptr;
     m_pVoiceActivatePlayWidget = nullptr;
+    m_bVoiceActivation = false;
     m_qstrFocusUserID.clear();
+    m_qstrSpeakingUserID.clear();
+    m_speakerHold.clear();
+    m_pSpeakerTimer->stop();
     m_bJoinFinish = false;
     cfg->m_bHasShare = false;
     cfg->resetMeetingState();

@@ -42,3 +42,17 @@ void SpeakerHold::clear()
     m_currentSince = 0;
     m_stageSince = 0;
 }
+
+void SpeakerHold::forget(const QString& speaker)
+{
+    if (speaker.isEmpty())
+        return;
+    if (m_stage == speaker) {
+        m_stage.clear();
+        m_stageSince = 0;
+    }
+    if (m_current == speaker) {
+        m_current.clear();
+        m_currentSince = 0;
+    }
+}

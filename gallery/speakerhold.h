@@ -36,8 +36,11 @@ public:
     QString current() const { return m_current; }
     // When tick() can next change the stage, or -1 when nothing is pending.
     qint64 nextChangeAt() const;
-    // Forgets everything (the speaker left, voice activation was cancelled).
+    // Forgets everything (voice activation was cancelled).
     void clear();
+    // A participant has left: off the stage at once (the next speaker need
+    // not wait out the hold), and no longer the one reported.
+    void forget(const QString& speaker);
 
 private:
     qint64 m_takeMs;

@@ -76,6 +76,9 @@ struct tagPersonInfo
     // (a participant can be shown in two places). Taken inside a tile's mutex.
     mutable std::recursive_mutex bufMutex;
     bool bFocusMark = false;     // set by the speaker4 pass for its focus participant
+    bool bSpeaking = false;      // reported as the active speaker right now
+    bool bPinned = false;        // the local user pinned this participant
+    qint64 spokeAt = 0;          // when last reported as active speaker (ms, steady clock); 0 never
     // Unique over the process's life (addresses are reused, serials are not):
     // work queued for a participant carries it, so that work meant for one
     // who has left never acts on a newcomer at the same address.

@@ -107,6 +107,13 @@ QString QKXScreenConfig::getTextColor() const
     return isNewSkin() ? QStringLiteral("#262626") : QStringLiteral("#FFFFFF");
 }
 
+QString QKXScreenConfig::getAccentColor() const
+{
+    // Green reads as "talking" in both skins; darker on white, brighter on
+    // the dark skin, strong enough against any picture at 3 pixels.
+    return isNewSkin() ? QStringLiteral("#1E9E5A") : QStringLiteral("#2ECC71");
+}
+
 QString QKXScreenConfig::getScreenColor() const
 {
     return isNewSkin() ? QStringLiteral("#FFFFFF") : QStringLiteral("#0C1017");

@@ -38,6 +38,7 @@ public:
     QString getBackColor() const;   // "#FFFFFF" light, "#2A2E36" dark
     QString getTextColor() const;   // "#262626" light, "#FFFFFF" dark
     QString getScreenColor() const; // "#FFFFFF" light, "#0C1017" dark
+    QString getAccentColor() const; // the active speaker's border: "#1E9E5A" light, "#2ECC71" dark
 
     // --- settings file -------------------------------------------------------
     void setBaseDir(const QString& dir);

@@ -262,6 +262,11 @@ QDlgPlayInfo::View QDlgPlayInfo::makeView(const tagPersonInfo* p) const
         in.badgeIcons.append(QStringLiteral("lock_look"));
         in.badgeTexts.append(tr("View locked"));
     }
+    if (p->bPinned) {
+        in.badgeIcons.append(QStringLiteral("pin"));
+        in.badgeTexts.append(tr("Pinned"));
+    }
+    v.speaking = p->bSpeaking;
     // The size fields are written under the frame lock on the host's thread; a
     // stale read here only shows the previous size until the next refresh.
     if (cfg->showResolution() && !v.placeholder && p->iWidth > 0 && p->iHeight > 0)
@@ -545,5 +550,14 @@ void QDlgPlayInfo::paintEvent(QPaintEvent* event)
         painter.setFont(L.smallFont);
         painter.setPen(Qt::white);
         painter.drawText(L.resolution, Qt::AlignCenter, L.resolutionText);
+    }
+
+    if (m_view.speaking) {
+        // Who is talking, at a glance: the whole tile framed in the skin's
+        // accent, thick enough to see on a small strip tile.
+        const int w = qMax(2, L.margin * 3 / 4);
+        painter.setBrush(Qt::NoBrush);
+        painter.setPen(QPen(QColor(QKXScreenConfig::getInstance()->getAccentColor()), w));
+        painter.drawRect(QRectF(rect()).adjusted(w / 2.0, w / 2.0, -w / 2.0, -w / 2.0));
     }
 }

@@ -71,6 +71,7 @@ public:
     QAbstractButton* moreButton() const;
     QAbstractButton* recallButton() const;
     bool isPlaceholderShown() const { return m_view.placeholder; }
+    bool isSpeakingShown() const { return m_view.speaking; }
     bool isHeadImageShown() const { return m_view.placeholder && !m_view.headImage.isNull(); }
     QString micIconName() const { return m_view.micIcon; }
     QString netIconName() const { return m_view.netIcon; }
@@ -103,6 +104,7 @@ private:
     {
         bool placeholder = false;
         bool share = false;
+        bool speaking = false;
         bool unjoined = false;
         QString micIcon;
         QString netIcon;

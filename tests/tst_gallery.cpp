@@ -4,6 +4,7 @@
 // codes; plus the configuration the exports rest on.
 #include "kxtestkit.h"
 #include "layoutgeometry.h"
+#include "qdlgplayinfo.h"
 
 #include <QAbstractEventDispatcher>
 #include <QTemporaryDir>
@@ -236,37 +237,141 @@ private slots:
         KXScreen_LockLook(g.h, g.handles.at(3), 0);
         pump();
         QTRY_COMPARE(g.mode(), 1);
-        // Looked at by everyone and locked, it leaves: the host hears the lock was cancelled.
-        KXScreen_AllLook(g.h, g.handles.at(1), 1);
-        KXScreen_LockLook(g.h, g.handles.at(1), 1);
+        // Looks that overlap keep the layout from before the first, until the last ends.
+        g.setMode(6);
+        KXScreen_AllLook(g.h, g.handles.at(0), 1);
+        KXScreen_LockLook(g.h, g.handles.at(2), 1);
+        KXScreen_AllLook(g.h, g.handles.at(0), 0);
         pump();
-        host.clear();
-        tagPersonInfo* locked = g.rec(1);
-        QCOMPARE(KXScreen_DelPerson(g.h, g.handles.at(1)), 1);
+        QCOMPARE(s->focusPerson(), g.rec(2));
+        KXScreen_LockLook(g.h, g.handles.at(2), 0);
         pump();
-        QTRY_COMPARE(s->persons().size(), 3);
-        QCOMPARE(host.count(KXSCREEN_MSG_LOCK_LOOK_CANCELLED, locked), 1);
-        QCOMPARE(QString(KXScreen_GetLockLookUserID(g.h)), QString());
-        QVERIFY(s->persons().contains(s->focusPerson()));
+        QTRY_COMPARE(g.mode(), 6);
+        // The participant of a look leaves (locked here): the host hears which
+        // look ended, then the toast goes, and the layout from before comes back.
+        g.setMode(1);
+        for (bool all : {false, true}) {
+            all ? KXScreen_AllLook(g.h, g.handles.at(1), 1) : KXScreen_LockLook(g.h, g.handles.at(3), 1);
+            pump();
+            QTRY_COMPARE(g.mode(), 5);
+            host.clear();
+            void* leaving = g.handles.at(all ? 1 : 3);
+            tagPersonInfo* looked = recordOf(leaving);
+            QCOMPARE(KXScreen_DelPerson(g.h, leaving), 1);
+            pump();
+            const QVector<HostMsg> msgs = host.all();
+            int cancelled = -1, toast = -1;
+            for (int i = 0; i < msgs.size(); ++i) {
+                if (msgs[i].msg == KXSCREEN_MSG_LOCK_LOOK_CANCELLED && msgs[i].w == quintptr(looked))
+                    cancelled = i;
+                if (msgs[i].msg == KXSCREEN_MSG_LOOK_TOAST_OFF && toast < 0)
+                    toast = i;
+            }
+            QVERIFY(cancelled >= 0 && toast > cancelled);
+            QTRY_COMPARE(g.mode(), 1);
+            QVERIFY(s->persons().contains(s->focusPerson()) || !s->focusPerson());
+        }
     }
 
     void doubleClickAndModeSwitch()
     {
         Gallery g(QSize(1280, 720), 3);
         QDlgScreen* s = g.screen();
+        // In the grid a double click pins: the participant leads the page and
+        // wears the badge; another unpins.
+        QTest::mouseDClick(g.rec(2)->pWidget, Qt::LeftButton);
+        pump();
+        QTRY_COMPARE(s->persons().first(), g.rec(2));
+        QVERIFY(g.rec(2)->pWidget->playInfo()->badgeIcons().contains("pin"));
+        QCOMPARE(g.tile(2), kxlayout::equalCutRect(1280, 720, 3, 0));
+        QCOMPARE(g.host().last(KXSCREEN_MSG_DBCLICK_TILE).w, uint64_t(5)); // from a grid layout
+        QTest::mouseDClick(g.rec(2)->pWidget, Qt::LeftButton);
+        pump();
+        QVERIFY(!g.rec(2)->bPinned);
+        QVERIFY(!g.rec(2)->pWidget->playInfo()->badgeIcons().contains("pin"));
+        // In a speaker layout it shows that tile alone, and another brings the layout back.
+        g.setMode(5);
         CPlayWidget* tile = g.rec(1)->pWidget;
         QTest::mouseDClick(tile, Qt::LeftButton);
         pump();
         QCOMPARE(g.mode(), 9);
         QCOMPARE(s->maxPlayWidget(), tile);
         QCOMPARE(g.shown(), QVector<tagPersonInfo*>{g.rec(1)});
-        QCOMPARE(tile->geometry(), QRect(0, 0, 1280, 720)); // already 16:9
-        QCOMPARE(g.host().count(KXSCREEN_MSG_DBCLICK_TILE), 1);
-        QCOMPARE(g.host().last(KXSCREEN_MSG_DBCLICK_TILE).w, uint64_t(5)); // from a grid layout
+        QCOMPARE(g.host().last(KXSCREEN_MSG_DBCLICK_TILE).w, uint64_t(6));
         QTest::mouseDClick(tile, Qt::LeftButton);
         pump();
-        QTRY_COMPARE(g.mode(), 1);
+        QTRY_COMPARE(g.mode(), 5);
         QVERIFY(!s->maxPlayWidget());
+    }
+
+    void activeSpeakerAndPin()
+    {
+        Gallery g(QSize(1280, 720), 9);
+        QDlgScreen* s = g.screen();
+        s->setSpeakerHoldTimes(300, 600);
+        QByteArray u2("u2,u5"), u7("u7"), u1("u1"), u3("u3"), u4("u4"), u6("u6"), u8("u8"), none("nobody"), me("Me");
+        // The border shows who speaks at once; in the grid a speaker already
+        // on screen keeps its tile once it holds the stage.
+        const QRect kept = g.tile(2);
+        KXScreen_SetCurSpeakPerson(g.h, u2.data());
+        pump();
+        QVERIFY(g.rec(2)->pWidget->playInfo()->isSpeakingShown());
+        QTRY_COMPARE(s->stageSpeaker(), QString("u2"));
+        QCOMPARE(g.tile(2), kept);
+        // One off the page takes the place of who spoke least recently on the
+        // first page (nobody else spoke: the last there), nobody else moves.
+        const QRect third = g.tile(3);
+        KXScreen_SetCurSpeakPerson(g.h, u7.data());
+        QTRY_COMPARE(s->stageSpeaker(), QString("u7"));
+        QVERIFY(!g.rec(2)->pWidget->playInfo()->isSpeakingShown());
+        QTRY_COMPARE(s->persons().indexOf(g.rec(7)), 5);
+        QCOMPARE(g.tile(7), kxlayout::equalCutRect(1280, 720, 9, 5));
+        QCOMPARE(g.tile(2), kept);
+        QCOMPARE(g.tile(3), third);
+        // In a speaker layout people talking over each other do not move the
+        // stage, repeated reports do nothing at all, and the local user never
+        // takes it.
+        g.setMode(5);
+        QTRY_COMPARE(s->focusPerson(), g.rec(7));
+        const int changes = s->stageSpeakerChanges();
+        for (int i = 0; i < 6; ++i) {
+            KXScreen_SetCurSpeakPerson(g.h, i % 2 ? u1.data() : u3.data());
+            QTest::qWait(120);
+        }
+        KXScreen_SetPersonInfo(g.h, g.handles.at(4), true, 0, me.data());
+        pump();
+        const int opens = g.host().count(KXSCREEN_MSG_REMOTE_VIDEO_OPEN);
+        for (int i = 0; i < 5; ++i)
+            KXScreen_SetCurSpeakPerson(g.h, u3.data());
+        pump();
+        QCOMPARE(g.host().count(KXSCREEN_MSG_REMOTE_VIDEO_OPEN), opens); // no relayout
+        QCOMPARE(s->stageSpeakerChanges(), changes);
+        KXScreen_SetCurSpeakPerson(g.h, u4.data());
+        QTest::qWait(900);
+        QCOMPARE(s->focusPerson(), g.rec(7));
+        // A pin outranks the speaker; an unknown ID unpins.
+        KXScreen_FocusByUserID(g.h, u8.data());
+        pump();
+        QTRY_COMPARE(s->focusPerson(), g.rec(8));
+        QVERIFY(g.rec(8)->pWidget->playInfo()->badgeIcons().contains("pin"));
+        KXScreen_FocusByUserID(g.h, none.data());
+        pump();
+        QTRY_COMPARE(s->focusPerson(), g.rec(7));
+        QVERIFY(!g.rec(8)->bPinned);
+        // In the grid the pinned one leads the first page.
+        g.setMode(1);
+        KXScreen_FocusByUserID(g.h, u6.data());
+        pump();
+        QTRY_COMPARE(s->persons().first(), g.rec(6));
+        // Cancelling voice activation takes the speaker off the stage at once.
+        g.setMode(5);
+        KXScreen_FocusByUserID(g.h, none.data());
+        KXScreen_SetVoiceActivateByUserID(g.h, u1.data());
+        QTRY_COMPARE(s->focusPerson(), g.rec(1));
+        KXScreen_CancelVoiceActivate(g.h);
+        pump();
+        QVERIFY(s->focusPerson() != g.rec(1));
+        QCOMPARE(s->stageSpeaker(), QString());
     }
 
     void shareTakesOverAndGivesBack()

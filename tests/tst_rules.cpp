@@ -4,6 +4,7 @@
 #include "displayorder.h"
 #include "layoutgeometry.h"
 #include "pagingrules.h"
+#include "speakerhold.h"
 #include "streampolicy.h"
 #include "videoframe.h"
 
@@ -426,6 +427,67 @@ private slots:
         QTEST(kxpaging::wheelDegrees(delta), "degrees");
         QTEST(kxpaging::wheelPageTurn(delta), "turn");
         QTEST(kxpaging::appWheelSteps(delta), "steps");
+    }
+
+    void speakerHold_data()
+    {
+        // Reports of who speaks at given times (ms; "." only lets time pass,
+        // "-" is silence) and who holds the stage after each, with take 1500
+        // and hold 3000.
+        QTest::addColumn<QString>("reports");
+        QTest::addColumn<QString>("stages");
+        QTest::newRow("a first speaker waits 1.5 s") << "0:A 1499:. 1500:." << "- - A";
+        QTest::newRow("repeats keep the start") << "0:A 700:A 1400:A 1500:A" << "- - - A";
+        QTest::newRow("a break restarts it") << "0:A 1000:- 1100:A 2500:. 2600:." << "- - - - A";
+        QTest::newRow("held 3 s against a steady new speaker") << "0:A 1500:. 1600:B 4499:. 4500:." << "- A A A B";
+        QTest::newRow("talking over each other does not move it")
+            << "0:A 1500:. 2000:B 2500:A 3000:B 3500:A 4000:B 5000:A 9000:." << "- A A A A A A A A";
+        QTest::newRow("back to the one on stage cancels") << "0:A 1500:. 4000:B 5000:A 5500:. 7000:." << "- A A A A A";
+        QTest::newRow("silence keeps the last speaker") << "0:A 1500:. 2000:- 60000:." << "- A A A";
+        QTest::newRow("long after the hold, 1.5 s is enough") << "0:A 1500:. 10000:B 11499:. 11500:." << "- A A A B";
+    }
+
+    void speakerHold()
+    {
+        QFETCH(QString, reports);
+        SpeakerHold hold;
+        QStringList got;
+        for (const QString& r : reports.split(' ')) {
+            const qint64 at = r.section(':', 0, 0).toLongLong();
+            const QString who = r.section(':', 1);
+            const qint64 next = hold.nextChangeAt();
+            if (who == ".")
+                hold.tick(at);
+            else
+                hold.report(who == "-" ? QString() : who, at);
+            // A pending change is announced for exactly when it happens.
+            if (next >= 0 && at >= next && who == ".")
+                QCOMPARE(hold.stage(), hold.current());
+            got << (hold.stage().isEmpty() ? QStringLiteral("-") : hold.stage());
+        }
+        QTEST(got.join(' '), "stages");
+    }
+
+    void speakerPlace_data()
+    {
+        // The first page's (spoke at, fixed) pairs and whose place an arriving
+        // active speaker takes.
+        QTest::addColumn<QString>("page");
+        QTest::addColumn<int>("place");
+        QTest::newRow("the one who never spoke, furthest back") << "5:0 0:0 9:0 0:0 7:0" << 3;
+        QTest::newRow("the one who spoke longest ago") << "5:0 2:0 9:0 4:0" << 1;
+        QTest::newRow("fixed places stay") << "0:1 2:1 9:0 4:1" << 2;
+        QTest::newRow("all fixed") << "0:1 2:1" << -1;
+        QTest::newRow("nobody") << "" << -1;
+    }
+
+    void speakerPlace()
+    {
+        QFETCH(QString, page);
+        QVector<kxorder::PlaceItem> items;
+        for (const QString& t : page.split(' ', Qt::SkipEmptyParts))
+            items.append({t.section(':', 0, 0).toLongLong(), t.section(':', 1) == "1"});
+        QTEST(kxorder::speakerPlaceIndex(items), "place");
     }
 
     void frameBuffers_data()
