@@ -57,6 +57,8 @@ bool isDeletedPerson(tagPersonInfo* person)
     return QKXScreenConfig::getInstance()->testDelPerson(person, false);
 }
 
+std::atomic<CPlayWidget::PaintObserver> g_paintObserver{nullptr};
+
 } // namespace
 
 CPlayWidget::CPlayWidget(QWidget* parent)
@@ -380,6 +382,11 @@ int CPlayWidget::paintedFrames() const
     return m_iPaintedFrames.load();
 }
 
+void CPlayWidget::setPaintObserver(PaintObserver observer)
+{
+    g_paintObserver.store(observer);
+}
+
 // ---------------------------------------------------------------------------
 // Slots
 // ---------------------------------------------------------------------------
@@ -596,4 +603,6 @@ void CPlayWidget::paintGL()
     glUniform1i(m_locTexV, 2);
     glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
     ++m_iPaintedFrames;
+    if (PaintObserver observer = g_paintObserver.load(std::memory_order_relaxed))
+        observer(this, planeY);
 }

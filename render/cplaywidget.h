@@ -72,6 +72,13 @@ public:
     // Number of paints that actually drew a picture.
     int paintedFrames() const;
 
+    // Called on the interface thread after every paint that drew a picture,
+    // with the tile's lock held and the picture that paint uploaded, so that
+    // a benchmark can tell which frame reached the screen and when. Unset in
+    // the product: the paint then pays one atomic load.
+    typedef void (*PaintObserver)(CPlayWidget* tile, const unsigned char* picture);
+    static void setPaintObserver(PaintObserver observer);
+
 signals:
     void mouseLClick(CPlayWidget* widget);
     void mouseLDClick(CPlayWidget* widget);
