@@ -1,0 +1,46 @@
+// The reference without OpenGL: one plain widget for the whole gallery that
+// converts each new picture to RGB on the CPU and draws it with QPainter.
+#ifndef KX_BENCH_PAINTERGALLERY_H
+#define KX_BENCH_PAINTERGALLERY_H
+
+#include "paintbench.h"
+
+#include <QImage>
+#include <QMutex>
+#include <QWidget>
+
+#include <memory>
+#include <vector>
+
+class PainterGallery : public QWidget
+{
+    Q_OBJECT
+public:
+    PainterGallery(const QVector<kxbench::TileSpec>& tiles, kxbench::PaintStats* stats, QWidget* parent);
+
+    // Host thread.
+    void deliver(int tile, const KxCloudRTCVideoFrameQT& frame);
+
+signals:
+    void frameArrived(int tile);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    void onFrameArrived(int tile);
+
+    struct Tile {
+        kxbench::TileSpec spec;
+        QMutex mutex;
+        std::vector<uint8_t> buffer;
+        int alignedWidth = 0;
+        int height = 0;
+        bool fresh = false;
+        QImage rgb;
+    };
+    std::vector<std::unique_ptr<Tile>> m_tiles;
+    kxbench::PaintStats* m_stats;
+};
+
+#endif
