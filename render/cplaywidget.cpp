@@ -125,6 +125,10 @@ void CPlayWidget::setPersonData(void* person, bool bFlag)
         }
         wasShare = m_pPersonInfo && m_pPersonInfo->userID.contains(QLatin1String("sharescreen_"));
 
+        // A record freed since may come back at the same address: what was
+        // painted for it is not this record's picture.
+        if (m_pPersonInfo != newPerson)
+            m_pPaintedPerson = nullptr;
         m_pPersonInfo = newPerson;
         if (newPerson) {
             if (newPerson->iWidth != 0) {
@@ -175,6 +179,7 @@ void CPlayWidget::ClearVideo()
         std::memset(p->m_pBufYuv420p, 0, size_t(p->iBufLen));
         std::memset(p->m_pBufYuv420p + lumaSize, 128, size_t(lumaSize / 4));
         std::memset(p->m_pBufYuv420p + lumaSize * 5 / 4, 128, size_t(lumaSize / 4));
+        m_bNewPicture = true;
     }
     emit notifyRender();
 }
@@ -232,6 +237,7 @@ bool CPlayWidget::PlayOneFrame(const KxCloudRTCVideoFrameQT* frame, const tagPer
     // Rows are cut to A bytes so that every texture row is a multiple of 8;
     // for odd heights V lands one chroma row later than the renderer reads it.
     kxvideo::copyI420Aligned(frame->data, width, height, m_pPersonInfo->m_pBufYuv420p);
+    m_bNewPicture = true;
     fromAnyThread(&CPlayWidget::notifyRender);
     return true;
 }
@@ -306,6 +312,8 @@ void CPlayWidget::fromAnyThread(void (CPlayWidget::*signal)(int, int))
 
 void CPlayWidget::showTile()
 {
+    repaintIfKeptOutOfDate();
+    ++m_iShowCount;
     show();
     if (isChangeTag())
         QTimer::singleShot(30, this, &CPlayWidget::delayResetChangeTag);
@@ -314,11 +322,30 @@ void CPlayWidget::showTile()
 
 void CPlayWidget::showTileNormal()
 {
+    repaintIfKeptOutOfDate();
+    ++m_iShowCount;
     showNormal();
     if (isChangeTag()) {
         QTimer::singleShot(100, this, &CPlayWidget::delayResetChangeTag);
         m_pPlayInfo->setVideoState(true, true);
     }
+}
+
+void CPlayWidget::repaintIfKeptOutOfDate()
+{
+    // Showing a hidden tile repaints it. A tile the gallery keeps on screen
+    // across a relayout is not hidden first any more; it is repainted only
+    // when that repaint would draw something else than it shows now, so the
+    // picture on screen is the one a hide and show would have drawn, without
+    // a paint that uploads nothing new and a composition of the window.
+    if (isVisible() && isPictureOutOfDate())
+        update();
+}
+
+bool CPlayWidget::isPictureOutOfDate() const
+{
+    std::lock_guard<std::recursive_mutex> lock(m_mutex);
+    return m_pPaintedPerson != m_pPersonInfo || m_bNewPicture;
 }
 
 void CPlayWidget::hide()
@@ -537,6 +564,7 @@ void CPlayWidget::paintGL()
     tagPersonInfo* p = m_pPersonInfo;
     if (!p) {
         KXLOG << "painGL this:" << this << ", m_pPersonInfo:" << static_cast<void*>(p);
+        m_pPaintedPerson = nullptr;
         return;
     }
     if (isDeletedPerson(p)) {
@@ -550,6 +578,9 @@ void CPlayWidget::paintGL()
     if (!p->m_pBufYuv420p) {
         KXLOG << "nullptr == YUVBuf, userName:" << p->userName << ", bPreview:" << p->bPreview
               << ", eStreamStatus:" << p->eStreamStatus;
+        // Nothing to draw, and nothing else to draw until a frame arrives.
+        m_pPaintedPerson = p;
+        m_bNewPicture = false;
         return;
     }
     if (m_iDspWidth == 0 || m_iDspHeight == 0) {
@@ -602,6 +633,8 @@ void CPlayWidget::paintGL()
     glUniform1i(m_locTexU, 1);
     glUniform1i(m_locTexV, 2);
     glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
+    m_pPaintedPerson = p;
+    m_bNewPicture = false;
     ++m_iPaintedFrames;
     if (PaintObserver observer = g_paintObserver.load(std::memory_order_relaxed))
         observer(this, planeY);

@@ -42,8 +42,17 @@ public:
     // Paints the attached record's buffer black.
     void ClearVideo();
 
+    // Show the tile. A tile that is already on screen is repainted only when
+    // its picture is out of date (see isPictureOutOfDate).
     void showTile();
     void showTileNormal();
+    // How often showTile or showTileNormal ran: a layout pass tells by it
+    // which tiles it placed.
+    int showCount() const { return m_iShowCount; }
+    // True when the last paint did not draw the attached record's current
+    // picture: another record is attached since, or a frame arrived that no
+    // paint has drawn (render notices are ignored while the tile is fresh).
+    bool isPictureOutOfDate() const;
 
     void hide();
     void setGeometry(int x, int y, int w, int h);
@@ -110,6 +119,7 @@ private:
     // queued from a host thread.
     void fromAnyThread(void (CPlayWidget::*signal)());
     void fromAnyThread(void (CPlayWidget::*signal)(int, int));
+    void repaintIfKeptOutOfDate();
 
     int m_locTexY = 0;
     int m_locTexU = 0;
@@ -134,6 +144,10 @@ private:
 
     bool m_bFocusTile = false;
     std::atomic<int> m_iPaintedFrames{0};
+    int m_iShowCount = 0;
+    // What the last drawing paint showed; both under m_mutex.
+    const tagPersonInfo* m_pPaintedPerson = nullptr;
+    bool m_bNewPicture = false;
 };
 
 #endif
