@@ -190,4 +190,28 @@ PlayInfoLayout layoutPlayInfo(const PlayInfoInput& in)
     return out;
 }
 
+bool operator==(const PlayInfoInput& a, const PlayInfoInput& b)
+{
+    return a.size == b.size && a.video == b.video && a.placeholder == b.placeholder && a.plateText == b.plateText
+        && a.mic == b.mic && a.shareIcon == b.shareIcon && a.net == b.net && a.more == b.more
+        && a.badgeIcons == b.badgeIcons && a.badgeTexts == b.badgeTexts && a.resolution == b.resolution
+        && a.status == b.status && a.recall == b.recall && a.recallText == b.recallText && a.font == b.font;
+}
+
+bool operator==(const PlayInfoBadge& a, const PlayInfoBadge& b)
+{
+    return a.rect == b.rect && a.icon == b.icon && a.text == b.text && a.iconName == b.iconName && a.label == b.label;
+}
+
+bool operator==(const PlayInfoLayout& a, const PlayInfoLayout& b)
+{
+    return a.fontPx == b.fontPx && a.smallFontPx == b.smallFontPx && a.iconPx == b.iconPx && a.plateH == b.plateH
+        && a.margin == b.margin && a.padH == b.padH && a.gap == b.gap && a.radius == b.radius && a.font == b.font
+        && a.smallFont == b.smallFont && a.area == b.area && a.plate == b.plate && a.mic == b.mic
+        && a.shareIcon == b.shareIcon && a.name == b.name && a.nameText == b.nameText && a.net == b.net
+        && a.more == b.more && a.badges == b.badges && a.resolution == b.resolution
+        && a.resolutionText == b.resolutionText && a.avatar == b.avatar && a.status == b.status
+        && a.statusText == b.statusText && a.recall == b.recall && a.recallText == b.recallText;
+}
+
 } // namespace kxoverlay

@@ -90,6 +90,11 @@ struct PlayInfoLayout
 
 PlayInfoLayout layoutPlayInfo(const PlayInfoInput& in);
 
+// Same geometry, texts and fonts: an overlay laid out by either draws the same.
+bool operator==(const PlayInfoInput& a, const PlayInfoInput& b);
+bool operator==(const PlayInfoBadge& a, const PlayInfoBadge& b);
+bool operator==(const PlayInfoLayout& a, const PlayInfoLayout& b);
+
 } // namespace kxoverlay
 
 #endif

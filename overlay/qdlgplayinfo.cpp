@@ -25,6 +25,16 @@ const QColor kRecallFill(0x2B, 0xA4, 0x71);
 const QLatin1String kSharePrefix("sharescreen_");
 const QLatin1String kUnjoinedPrefix("unjoined_");
 
+// "net_level_1" .. "net_level_6", made once: a refresh asks for one each time.
+QString netLevelIcon(int level)
+{
+    static const QString names[] = {
+        QStringLiteral("net_level_1"), QStringLiteral("net_level_2"), QStringLiteral("net_level_3"),
+        QStringLiteral("net_level_4"), QStringLiteral("net_level_5"), QStringLiteral("net_level_6"),
+    };
+    return names[qBound(1, level, 6) - 1];
+}
+
 QColor withAlpha(QColor c, int alpha)
 {
     c.setAlpha(alpha);
@@ -198,13 +208,15 @@ tagPersonInfo* QDlgPlayInfo::livePerson() const
 QDlgPlayInfo::View QDlgPlayInfo::makeView(const tagPersonInfo* p) const
 {
     View v;
+    v.newSkin = QKXScreenConfig::getInstance()->isNewSkin();
+    v.spinner = wantsSpinner(p);
     kxoverlay::PlayInfoInput in;
     in.size = size();
     in.video = m_rcVideo;
     in.font = font();
     in.placeholder = false;
     if (!p) {
-        v.layout = kxoverlay::layoutPlayInfo(in);
+        v.layout = layoutFor(in);
         return v;
     }
     const QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
@@ -228,7 +240,7 @@ QDlgPlayInfo::View QDlgPlayInfo::makeView(const tagPersonInfo* p) const
         if (p->bNetWeak || p->iNetLevel < 0)
             v.netIcon = QStringLiteral("net_level_1");
         else if (p->iNetLevel > 0)
-            v.netIcon = QStringLiteral("net_level_%1").arg(qMin(p->iNetLevel, 6));
+            v.netIcon = netLevelIcon(qMin(p->iNetLevel, 6));
     }
 
     v.initial = kxoverlay::initialOf(p->userName);
@@ -241,8 +253,10 @@ QDlgPlayInfo::View QDlgPlayInfo::makeView(const tagPersonInfo* p) const
         v.initial = kxoverlay::initialOf(id);
     }
     v.disc = kxoverlay::discColor(p->userID);
-    if (!v.share)
+    if (!v.share) {
         v.headImage = p->headImage;
+        v.headKey = v.headImage.cacheKey();
+    }
 
     if (v.share) {
         in.plateText = p->userName.isEmpty() ? tr("Shared screen") : tr("%1's screen").arg(p->userName);
@@ -286,14 +300,43 @@ QDlgPlayInfo::View QDlgPlayInfo::makeView(const tagPersonInfo* p) const
         in.recall = cfg->m_bHostOrCoHost && p->m_iStatus != 1;
         in.recallText = tr("Call again");
     }
-    v.layout = kxoverlay::layoutPlayInfo(in);
+    v.layout = layoutFor(in);
     return v;
+}
+
+const kxoverlay::PlayInfoLayout& QDlgPlayInfo::layoutFor(const kxoverlay::PlayInfoInput& in) const
+{
+    // A pure function of its input: the same input gives the same layout.
+    if (!m_bLayoutCached || !(in == m_layoutInput)) {
+        m_layoutCached = kxoverlay::layoutPlayInfo(in);
+        m_layoutInput = in;
+        m_bLayoutCached = true;
+    }
+    return m_layoutCached;
+}
+
+bool QDlgPlayInfo::View::sameAs(const View& o) const
+{
+    return placeholder == o.placeholder && share == o.share && unjoined == o.unjoined && micIcon == o.micIcon
+        && netIcon == o.netIcon && initial == o.initial && disc == o.disc && level == o.level
+        && spinner == o.spinner && newSkin == o.newSkin && headKey == o.headKey
+        && layout == o.layout;
 }
 
 void QDlgPlayInfo::rebuild()
 {
     const tagPersonInfo* p = livePerson();
-    m_view = makeView(p);
+    View view = makeView(p);
+    // Every relayout refreshes the overlays of the tiles it keeps. When
+    // nothing that the paint or the controls read has changed, the overlay on
+    // screen is already right: repainting it would redraw the same pixels and
+    // make the window compose again. (The tooltips follow the microphone icon,
+    // the spinner follows the paint, and both are part of the comparison; a
+    // change of pixel ratio repaints the whole window by itself.)
+    if (m_bViewValid && view.sameAs(m_view))
+        return;
+    m_view = view;
+    m_bViewValid = true;
     const kxoverlay::PlayInfoLayout& L = m_view.layout;
 
     if (!L.mic.isEmpty()) {
@@ -335,11 +378,14 @@ void QDlgPlayInfo::rebuild()
 // Weak-network spinner
 // ---------------------------------------------------------------------------
 
+bool QDlgPlayInfo::wantsSpinner(const tagPersonInfo* p)
+{
+    return p && !p->bSelf && p->bPreview && p->iNetLevel == 0 && !p->userID.contains(kSharePrefix);
+}
+
 void QDlgPlayInfo::syncSpinner(const tagPersonInfo* p)
 {
-    const bool waiting = p && !p->bSelf && p->bPreview && p->iNetLevel == 0
-                         && !p->userID.contains(kSharePrefix);
-    if (!waiting) {
+    if (!wantsSpinner(p)) {
         m_pNetWeakLoading->hide();
         return;
     }

@@ -113,6 +113,14 @@ private:
         QImage headImage;
         int level = 0;
         kxoverlay::PlayInfoLayout layout;
+        // Further inputs of a paint: the spinner wanted, the skin's colours,
+        // which head image.
+        bool spinner = false;
+        bool newSkin = false;
+        qint64 headKey = 0;
+
+        // Everything a paint or the placing of the controls reads is equal.
+        bool sameAs(const View& o) const;
     };
 
     // The participant, or null when none is set or its record has been freed.
@@ -120,8 +128,12 @@ private:
     // Reads the record, lays the overlay out, places the controls, repaints.
     void rebuild();
     View makeView(const tagPersonInfo* person) const;
+    // kxoverlay::layoutPlayInfo, remembered for the last input: the layout
+    // measures text, and most refreshes lay out what was laid out before.
+    const kxoverlay::PlayInfoLayout& layoutFor(const kxoverlay::PlayInfoInput& in) const;
     // Shows, moves or hides the weak-network spinner for the record as it is now.
     void syncSpinner(const tagPersonInfo* person);
+    static bool wantsSpinner(const tagPersonInfo* person);
     QPixmap headPixmap(const QImage& image, int d);
     void paintPlaceholder(QPainter& painter);
 
@@ -133,6 +145,10 @@ private:
     OverlayButton* m_pBtnMore = nullptr;
     OverlayButton* m_pBtnRecall = nullptr;
     View m_view;
+    bool m_bViewValid = false; // m_view has been laid out and drawn once
+    mutable bool m_bLayoutCached = false;
+    mutable kxoverlay::PlayInfoInput m_layoutInput;
+    mutable kxoverlay::PlayInfoLayout m_layoutCached;
     // The round head image, for this overlay's participant only.
     qint64 m_headKey = 0;
     int m_headSize = 0;
