@@ -266,6 +266,25 @@ private:
     void NotifyShareWgtPos();
     void CheckShareWgtPosChanged();
     void logPlayMap(const char* tag) const;
+    // A relayout hides, after its pass, the tiles the pass did not show.
+    struct TileShowMark {
+        CPlayWidget* tile;
+        int showCount;
+        bool wasVisible;
+    };
+    QVector<TileShowMark> markTilesBeforePass() const;
+    void hideTilesNotShownByPass(const QVector<TileShowMark>& marks);
+    // The same for the page controls: between begin and end,
+    // testShowPageButton only marks them hidden and the end hides those not
+    // shown again; raising waits for the end too (raiseInPass), and is
+    // skipped when it would leave the stacking order as it is.
+    unsigned pageCtrlBit(const QWidget* ctrl) const;
+    void beginPassSweep();
+    void endPassSweep();
+    void raiseInPass(QWidget* w);
+    bool m_bInPassSweep = false;
+    unsigned m_uPageCtrlShown = 0; // bits by pageCtrl() index
+    QVector<QWidget*> m_raisedInPass;
     void notifyDBClickPlayWnd();
 
     struct Form;

@@ -607,7 +607,8 @@ void QDlgScreen::onClickPicInPicPlayWidget(void* person)
 QRect QDlgScreen::GetShareWgtPos() const
 {
     for (tagPersonInfo* p : m_vecPerson) {
-        if (p->isShareScreen() && p->pWidget && p->pWidget->isVisible())
+        // The tile first: only the few participants on screen have their ID compared.
+        if (p->pWidget && p->isShareScreen() && p->pWidget->isVisible())
             return QRect(p->pWidget->mapToGlobal(QPoint(0, 0)), p->pWidget->size());
     }
     return QRect();

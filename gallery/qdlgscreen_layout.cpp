@@ -5,6 +5,7 @@
 #include "cplaywidget.h"
 #include "layoutgeometry.h"
 #include "modulelog.h"
+#include "netweakloading.h"
 #include "pagingrules.h"
 #include "personinfo.h"
 #include "qdlgpicinpic.h"
@@ -89,10 +90,48 @@ void QDlgScreen::onModSwitchMode()
     onMeetingMode(next);
 }
 
+QVector<QDlgScreen::TileShowMark> QDlgScreen::markTilesBeforePass() const
+{
+    QVector<TileShowMark> marks;
+    marks.reserve(m_mapPlay.size() + 1);
+    for (auto it = m_mapPlay.constBegin(); it != m_mapPlay.constEnd(); ++it)
+        marks.append({it.key(), it.key()->showCount(), it.key()->isVisible()});
+    if (m_pFocusPlayWidget)
+        marks.append({m_pFocusPlayWidget, m_pFocusPlayWidget->showCount(), m_pFocusPlayWidget->isVisible()});
+    return marks;
+}
+
+void QDlgScreen::hideTilesNotShownByPass(const QVector<TileShowMark>& marks)
+{
+    for (const TileShowMark& m : marks) {
+        if (m.tile->showCount() == m.showCount) {
+            m.tile->hide();
+        } else if (m.wasVisible) {
+            // A turning weak-network spinner starts its 15-second budget
+            // again whenever its tile is hidden, and every relayout used to
+            // hide every tile: a kept tile whose spinner turns is still
+            // hidden and shown, so that the spinner lasts as long as before.
+            NetWeakLoading* spinner = m.tile->playInfo() ? m.tile->playInfo()->netWeakLoading() : nullptr;
+            if (spinner && spinner->isVisible()) {
+                m.tile->hide();
+                m.tile->show();
+            }
+        }
+    }
+}
+
 void QDlgScreen::reposPlayWnd()
 {
     QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
-    hideAllPlayWnd();
+    // The tiles are not hidden before the pass any more. The pass shows the
+    // tiles it uses (showTile) and the sweep after it hides every other one,
+    // so visibility, geometry and bindings end as a pass after hideAllPlayWnd
+    // left them, and nothing between here and the sweep asks a tile whether
+    // it is visible. A tile that keeps its participant and its place is not
+    // touched: hiding and showing it again repainted its picture and its
+    // overlay and composed the window, for the same pixels.
+    const QVector<TileShowMark> marks = markTilesBeforePass();
+    beginPassSweep();
     int mode = cfg->curScreenMode();
     if (mode < 1 || mode > 9) {
         mode = 1;
@@ -140,6 +179,8 @@ void QDlgScreen::reposPlayWnd()
         KXLOG << "[ScreenMod]curScreenMode:" << mode;
         break;
     }
+    hideTilesNotShownByPass(marks);
+    endPassSweep();
 
     if (m_pCurSelPlayWidget && !m_pCurSelPlayWidget->isVisible())
         m_pCurSelPlayWidget = nullptr;
@@ -156,7 +197,16 @@ void QDlgScreen::reposPlayWnd()
     emit cfg->notifyCurScreenMode(mode);
     NotifyShareWgtPos();
     CheckShareWgtPosChanged();
-    update();
+    // The gallery is repainted around its tiles. A tile and its overlay
+    // repaint themselves when the pass changed them (shown, moved, resized,
+    // another participant, another overlay state); repainting them here as
+    // well redrew every overlay after each relayout, for the same pixels.
+    QRegion around(rect());
+    for (const TileShowMark& m : marks) {
+        if (m.tile->isVisible())
+            around -= m.tile->geometry();
+    }
+    update(around);
 }
 
 void QDlgScreen::reLayoutEqualCut()
@@ -191,7 +241,7 @@ void QDlgScreen::reLayoutEqualCut()
             // framebuffer twice on every relayout.
             tile->setGeometry(rc);
             tile->showTile();
-            tile->raise();
+            raiseInPass(tile);
             KXLOG << "show playWidget:" << tile << ", rcTmp:" << rc << ", iMeetCount:" << n;
         }
         setPersonStreamType(person, type);
@@ -422,7 +472,7 @@ void QDlgScreen::reLayoutSpeaker4()
             if (tile && i < geo.small.size()) {
                 tile->setGeometry(geo.small.at(i));
                 tile->showTile();
-                tile->raise();
+                raiseInPass(tile);
                 KXLOG << "xxx userName:" << p->userName << ",rcSmall:" << geo.small.at(i);
             }
         }

@@ -68,12 +68,72 @@ void QDlgScreen::testPrevPageForDelPerson()
     m_iPageIdx = kxpaging::pageAfterDelete(m_iPageIdx, m_vecPerson.size());
 }
 
+unsigned QDlgScreen::pageCtrlBit(const QWidget* ctrl) const
+{
+    for (int i = 0; i < 8; ++i) {
+        if (pageCtrl(i) == ctrl)
+            return 1u << i;
+    }
+    return 0;
+}
+
+void QDlgScreen::beginPassSweep()
+{
+    m_bInPassSweep = true;
+    m_uPageCtrlShown = 0;
+    m_raisedInPass.clear();
+    for (int i = 0; i < 8; ++i) {
+        if (pageCtrl(i) && pageCtrl(i)->isVisible())
+            m_uPageCtrlShown |= 1u << i;
+    }
+}
+
+void QDlgScreen::raiseInPass(QWidget* w)
+{
+    if (m_bInPassSweep)
+        m_raisedInPass.append(w);
+    else
+        w->raise();
+}
+
+void QDlgScreen::endPassSweep()
+{
+    m_bInPassSweep = false;
+    for (int i = 0; i < 8; ++i) {
+        if (pageCtrl(i) && !(m_uPageCtrlShown & (1u << i)))
+            pageCtrl(i)->hide();
+    }
+    // Each raise moves a widget to the top of its siblings. The pass raises
+    // the same widgets in the same order on every relayout: when the
+    // siblings already stand in the order those raises would leave, raising
+    // again would only repaint them. Otherwise the raises are made as the
+    // pass asked for them.
+    QList<QObject*> order = children();
+    for (QWidget* w : qAsConst(m_raisedInPass)) {
+        order.removeOne(w);
+        order.append(w);
+    }
+    if (order != children()) {
+        for (QWidget* w : qAsConst(m_raisedInPass))
+            w->raise();
+    }
+    m_raisedInPass.clear();
+}
+
 void QDlgScreen::testShowPageButton(const QRect* rcSmall)
 {
     QMyPageCtrl* all[] = {m_pPagePre, m_pPageNext, m_pStripPre, m_pStripNext,
                           m_pPageDown, m_pPageUp, m_pCtrlRHide, m_pCtrlLShow};
     for (QMyPageCtrl* c : all) {
-        if (c)
+        if (!c)
+            continue;
+        // During a relayout the hiding waits for its end (reposPlayWnd), and
+        // then spares the controls shown again meanwhile: hiding and showing
+        // a control repainted it and asked the window system where the
+        // cursor is, on every relayout.
+        if (m_bInPassSweep)
+            m_uPageCtrlShown &= ~pageCtrlBit(c);
+        else
             c->hide();
     }
     if (!m_pPagePre || !m_pPageNext || !m_pStripPre || !m_pStripNext || !m_pPageDown || !m_pPageUp
@@ -88,10 +148,11 @@ void QDlgScreen::testShowPageButton(const QRect* rcSmall)
     const kxpaging::PageButtons show =
         kxpaging::visibleButtons(mode, n, m_iPageIdx, m_bStripHidden, rcSmall != nullptr);
 
-    auto showRaise = [](QWidget* w, bool b) {
+    auto showRaise = [this](QWidget* w, bool b) {
         if (b) {
             w->show();
-            w->raise();
+            raiseInPass(w);
+            m_uPageCtrlShown |= pageCtrlBit(w);
         }
     };
 

@@ -711,9 +711,12 @@ void QDlgScreen::changePersonVideoMute(bool bMute)
     for (tagPersonInfo* p : roster) {
         if (m_vecPerson.constData() != roster.constData() && !isHasPerson(p))
             continue;
-        if (p->isShareScreen())
-            continue;
+        // Visibility first: after a relayout only the few participants on
+        // screen are told anything, and a share is asked for by name only
+        // for them (the comparison reads every record's ID).
         const bool bVisible = p->pWidget && p->pWidget->isVisible();
+        if (bMute == bVisible || p->isShareScreen())
+            continue;
         if (bMute && !bVisible) {
             KXLOG << "closePreview,userName:" << p->userName << ",userID:" << p->userID;
             notifyRemotePlay(p, false);
