@@ -484,11 +484,11 @@ int main(int argc, char** argv)
     if (!haveDisplay)
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication app(argc, argv);
+    // The module's lines would only measure the terminal.
+    QLoggingCategory::setFilterRules(QStringLiteral("kxscreen.debug=false"));
     // What the library's load hook does in a host: the module's images,
     // icons and translation, so that the tiles draw what they draw there.
     kxmodule::processAttach();
-    // The module's lines would only measure the terminal.
-    QLoggingCategory::setFilterRules(QStringLiteral("kxscreen.debug=false"));
 
     double seconds = 8;
     int onlyScenario = 0;

@@ -191,6 +191,13 @@ int main(int argc, char** argv)
     // formatting costs.
     QLoggingCategory::setFilterRules(QStringLiteral("kxscreen.debug=false"));
 
+    // --profile: only the relayouts at 1000 participants, over and over, for a profiler.
+    if (app.arguments().contains(QStringLiteral("--profile"))) {
+        for (int i = 0; i < 10; ++i)
+            std::printf("reposPlayWnd at 1000: %.1f us\n", runRelayout(1000, 1).reposUs);
+        return 0;
+    }
+
     std::printf("Relayout that changes nothing on the page, 1920x1080 gallery, interface-thread CPU per pass\n");
     std::printf("(repos: reposPlayWnd; order: onDisplayOrder, which reorders and ends in reposPlayWnd; +toolkit: "
                 "with the repaints and compositions that follow)\n");
