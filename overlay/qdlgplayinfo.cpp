@@ -317,7 +317,8 @@ const kxoverlay::PlayInfoLayout& QDlgPlayInfo::layoutFor(const kxoverlay::PlayIn
 
 bool QDlgPlayInfo::View::sameAs(const View& o) const
 {
-    return placeholder == o.placeholder && share == o.share && unjoined == o.unjoined && micIcon == o.micIcon
+    return placeholder == o.placeholder && share == o.share && speaking == o.speaking && unjoined == o.unjoined
+        && micIcon == o.micIcon
         && netIcon == o.netIcon && initial == o.initial && disc == o.disc && level == o.level
         && spinner == o.spinner && newSkin == o.newSkin && headKey == o.headKey
         && layout == o.layout;
