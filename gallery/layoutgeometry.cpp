@@ -400,4 +400,49 @@ QRect eightCutRect(int W, int H, int n, int slot, int g)
     return rc;
 }
 
+QRect shareStageRect(int W, int H)
+{
+    return centredSingle(W, H);
+}
+
+QRect splitStageRect(int W, int H, int half, int g)
+{
+    // Two halves with the gap unit between them, each a small stage of its own.
+    const int hw = (W - 2 * g) / 2;
+    QRect rc = myMake169Rect(QRect(0, 0, hw, H));
+    const int w = rc.width();
+    const int h = rc.height();
+    const int x0 = half == 0 ? 0 : hw + 2 * g;
+    setHorizontal(rc, x0 + (hw - w) / 2, w);
+    setVertical(rc, (H - h) / 2, h);
+    return rc;
+}
+
+PicInPicGeometry picInPicGeometry(bool several, int count, int pageIdx)
+{
+    // Small enough to leave the screen to whatever the user works on, large
+    // enough to tell faces and read a name.
+    constexpr int kBar = 28;
+    constexpr int kButton = 24;
+    constexpr int kGap = 4;
+    PicInPicGeometry geo;
+    const int width = several ? 240 : 320;
+    const int tileH = several ? 135 : 180;
+    const int perPage = several ? 4 : 1;
+    geo.pages = qMax(1, (count + perPage - 1) / perPage);
+    geo.pageIdx = several ? qBound(0, pageIdx, geo.pages - 1) : 0;
+    const int shown = qBound(1, count - geo.pageIdx * perPage, perPage);
+    geo.window = QSize(width, kBar + shown * tileH + (shown - 1) * kGap);
+    geo.bar = QRect(0, 0, width, kBar);
+    const int y = (kBar - kButton) / 2;
+    geo.toggle = QRect(width - kButton - kGap, y, kButton, kButton);
+    if (several) {
+        geo.prev = QRect(kGap, y, kButton, kButton);
+        geo.next = QRect(2 * kGap + kButton, y, kButton, kButton);
+    }
+    for (int i = 0; i < qMin(shown, count); ++i)
+        geo.tiles.append(QRect(0, kBar + i * (tileH + kGap), width, tileH));
+    return geo;
+}
+
 } // namespace kxlayout

@@ -56,6 +56,27 @@ QRect speakerSmallRect(int mode, int W, int H, int n, const SpeakerGeometry& geo
 QRect sixCutRect(int W, int H, int n, int slot, int g = 1);
 QRect eightCutRect(int W, int H, int n, int slot, int g = 1);
 
+// Layout 4, the share stage: the stage participant fitted 16:9 and centred in
+// the whole gallery; with a whiteboard beside a share, the gallery's two
+// halves (half 0 left, 1 right), each fitted and centred in its half.
+QRect shareStageRect(int W, int H);
+QRect splitStageRect(int W, int H, int half, int g = 1);
+
+// The floating picture-in-picture window, in its own coordinates: a control
+// bar along the top, then one 320 x 180 tile ("one"), or up to four
+// 240 x 135 tiles in a column ("several", paged four at a time).
+struct PicInPicGeometry {
+    QSize window;
+    QRect bar;
+    QRect toggle;          // one <-> several
+    QRect prev;            // page controls, empty in "one"
+    QRect next;
+    QVector<QRect> tiles;  // the tiles of the page shown
+    int pageIdx = 0;       // clamped to the pages there are
+    int pages = 1;
+};
+PicInPicGeometry picInPicGeometry(bool several, int count, int pageIdx);
+
 } // namespace kxlayout
 
 #endif

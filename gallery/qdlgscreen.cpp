@@ -13,6 +13,7 @@
 
 #include <QCloseEvent>
 #include <QKeyEvent>
+#include <QLabel>
 #include <QResizeEvent>
 #include <QTimer>
 #include <QWheelEvent>
@@ -38,6 +39,14 @@ QDlgScreen::QDlgScreen(QWidget* parent)
 {
     ui->setupUi(this);
     m_pPicInPic = new QDlgPicInPic(this);
+    // The host holds the window too (GetPicInPicWidgetPtr) and may show, hide
+    // or move it itself: the filter keeps the video bookkeeping right.
+    m_pPicInPic->installEventFilter(this);
+    m_pWhiteBoard = new QLabel(this);
+    m_pWhiteBoard->setObjectName(QStringLiteral("whiteBoardArea"));
+    m_pWhiteBoard->setAlignment(Qt::AlignHCenter | Qt::AlignBottom);
+    m_pWhiteBoard->setStyleSheet(QStringLiteral("QLabel#whiteBoardArea{background-color:#F4F4F2;color:#55585E;padding-bottom:12px;}"));
+    m_pWhiteBoard->hide();
     InitPlayWidget();
     setWindowFlags(Qt::FramelessWindowHint | Qt::Widget);
     setFocusPolicy(Qt::StrongFocus);
@@ -132,6 +141,9 @@ QDlgScreen::~QDlgScreen()
     cfg->m_pMaxPlayWidget = nullptr;
     cfg->m_pSecondBigPlayWidget = nullptr;
     cfg->m_pBigPlayWidget = nullptr;
+    // Its tiles' records go with the gallery; the filter must not see the
+    // window's last events after this point.
+    m_pPicInPic->removeEventFilter(this);
     delete m_pPicInPic;
     m_pPicInPic = nullptr;
     delete ui;
@@ -328,23 +340,4 @@ void QDlgScreen::placeSubtitleBand()
             g.controls.append(pageCtrl(i)->geometry());
     }
     m_pSubtitleBand->setArea(kxsubtitle::bandArea(g));
-}
-
-void QDlgScreen::onModMeetingRoomMinimized(bool bMinimized)
-{
-    // Nobody sees the gallery while the meeting room is minimised: stop every
-    // video, and pull what is on screen again once it is back.
-    if (bMinimized) {
-        // The host may call back in from each notification: walk a copy and
-        // skip whoever has left the roster meanwhile.
-        const QVector<tagPersonInfo*> roster = m_vecPerson;
-        for (tagPersonInfo* p : roster) {
-            if (m_vecPerson.constData() != roster.constData() && !isHasPerson(p))
-                continue;
-            if (!p->isShareScreen())
-                notifyRemotePlay(p, false);
-        }
-    } else {
-        reposPlayWnd();
-    }
 }

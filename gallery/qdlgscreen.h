@@ -19,6 +19,7 @@
 
 class CPlayWidget;
 class QDlgPicInPic;
+class QLabel;
 class QTimer;
 class QMyPageCtrl;
 class SubtitleBand;
@@ -37,7 +38,8 @@ struct OrderItem;
 // _roster (participants and the tile map), _order (display order), _stream
 // (stream types and timers), _frame (frame intake), _layout (the layout
 // passes and mode switching), _paging (pages and page controls), _focus (focus,
-// look states, sharing, picture-in-picture, overlay actions).
+// look states, overlay actions), _share (the stage, sharing, the floating
+// window).
 class QDlgScreen : public QDialog
 {
     Q_OBJECT
@@ -142,6 +144,15 @@ public:
     QString lockLookUserID() const;
     QString shareUserID() const;
     bool isLocalShare() const;
+    // Whether the participant's picture is in front of somebody: a visible
+    // tile of the gallery while the meeting room is not minimised, or a tile
+    // of the floating window.
+    bool isOnScreen(const tagPersonInfo* person) const;
+    // The floating window's bindings for the layout as it is now (4 and 9
+    // use it; elsewhere it lets its tiles go and hides).
+    void placePicInPic();
+    QString whiteBoardUserID() const { return m_qstrWhiteBoardUserID; }
+    QWidget* whiteBoardArea() const;
     CPlayWidget* getCurSelPlayWidgetPtr();
 
     // True while person is a record of this gallery that still has the serial
@@ -226,6 +237,7 @@ public slots:
 
 protected:
     bool event(QEvent* e) override;
+    bool eventFilter(QObject* watched, QEvent* e) override;
     void timerEvent(QTimerEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
@@ -265,6 +277,19 @@ private:
     void cancelVoiceActivation();
     void NotifyShareWgtPos();
     void CheckShareWgtPosChanged();
+    // Stream on for what is on screen now, off for the rest once the
+    // layout has been still for five seconds.
+    void restartVideoMuteTimer();
+    // The focus tile takes the focus participant (the speaker layouts and
+    // the stage); bFollow: also when the participant it has is still listed.
+    bool bindFocusTile(bool bFollow, bool bLogName);
+    void putOnStage(tagPersonInfo* person);
+    void releasePicInPic();
+    bool hasShare() const; // a share record in this gallery's roster
+    void setPicInPicShown(bool bShow);
+    void placeWhiteBoard(const QRect& rc);
+    // The floating window shows with the stage layouts: 4 and 9.
+    static bool usesPicInPic(int mode) { return mode == 4 || mode == 9; }
     void logPlayMap(const char* tag) const;
     // A relayout hides, after its pass, the tiles the pass did not show.
     struct TileShowMark {
@@ -320,6 +345,16 @@ private:
     QMyPageCtrl* m_pCtrlLShow = nullptr;
     bool m_bStripHidden = false;
     QDlgPicInPic* m_pPicInPic = nullptr;
+    QString m_qstrPicInPicOne;                   // the "one" state's choice while a share holds the stage
+    bool m_bPicInPicUserHidden = false;          // hidden on request until the layout changes
+    int m_iPicInPicHiddenMode = 0;
+    bool m_bPicInPicSwitchedLayout = false;      // showing the window switched to layout 4
+    bool m_bPicInPicOwnChange = false;           // the window is shown or hidden by this controller
+    bool m_bPicInPicShownInPass = false;         // message 26 is due once the pass is over
+    QString m_qstrWhiteBoardUserID;              // whose whiteboard holds the stage; empty: none
+    bool m_bWhiteBoardDual = false;
+    bool m_bWhiteBoardSwitchedLayout = false;
+    QLabel* m_pWhiteBoard = nullptr;             // the stage area the host's whiteboard covers
 
     bool m_bJoinFinish = false;
     QString m_qstrFocusUserID;                   // pinned with KXScreen_FocusByUserID or a double click

@@ -1,5 +1,5 @@
-// Focus and look states, screen sharing, picture-in-picture and the actions
-// of the tiles' overlays.
+// Focus and look states, the active speaker and the actions of the tiles'
+// overlays.
 #include "qdlgscreen.h"
 
 #include "cplaywidget.h"
@@ -542,8 +542,14 @@ void QDlgScreen::onPlayStatusChange(CPlayWidget* widget)
 
 void QDlgScreen::onPlayWidgetLBtnClick(CPlayWidget* widget)
 {
-    if (widget)
-        m_pCurSelPlayWidget = widget;
+    if (!widget)
+        return;
+    m_pCurSelPlayWidget = widget;
+    // On a stage that fills the gallery a click shows or hides the host's
+    // toolbar, which would otherwise cover the picture for good.
+    const int mode = QKXScreenConfig::getInstance()->curScreenMode();
+    if ((mode == 4 && widget == m_pFocusPlayWidget) || (mode == 9 && widget == m_pMaxPlayWnd))
+        QKXScreenConfig::getInstance()->notifyHost(11, 0, 0);
 }
 
 void QDlgScreen::onNotifyClickExtPlayWidget(void* person)
@@ -552,134 +558,4 @@ void QDlgScreen::onNotifyClickExtPlayWidget(void* person)
     if (!testLivePerson(p, "onNotifyClickExtPlayWidget"))
         return;
     QKXScreenConfig::getInstance()->m_extUserID = p->userID;
-}
-
-void QDlgScreen::testShowPicInPicDialog(bool bShow)
-{
-    if (!m_pPicInPic)
-        return;
-    if (bShow) {
-        m_pPicInPic->show();
-        m_pPicInPic->raise();
-        QKXScreenConfig::getInstance()->notifyHost(26, 0, 0);
-    } else {
-        m_pPicInPic->hide();
-    }
-}
-
-QWidget* QDlgScreen::GetPicInPicWidgetPtr() const
-{
-    return m_pPicInPic;
-}
-
-void QDlgScreen::onSetPicInPicOne()
-{
-    if (m_bJoinFinish) {
-        changePersonVideoMute(false);
-        if (m_iVideoMuteTimerId)
-            killTimer(m_iVideoMuteTimerId);
-        m_iVideoMuteTimerId = startTimer(5000, Qt::CoarseTimer);
-    }
-}
-
-void QDlgScreen::onSetPicInPicMutil(bool bMulti)
-{
-    Q_UNUSED(bMulti);
-    reposPlayWnd();
-}
-
-void QDlgScreen::onPicInPicChangePage(bool bNext)
-{
-    m_iPicInPicPageIdx = qMax(0, m_iPicInPicPageIdx + (bNext ? 1 : -1));
-    resetStreamTick();
-}
-
-void QDlgScreen::onClickPicInPicPlayWidget(void* person)
-{
-    auto* p = static_cast<tagPersonInfo*>(person);
-    if (!testLivePerson(p, "onClickPicInPicPlayWidget"))
-        return;
-    m_qstrFocusUserID = p->userID;
-    reAddFocusPersonToPlayMap();
-    reposPlayWnd();
-}
-
-QRect QDlgScreen::GetShareWgtPos() const
-{
-    for (tagPersonInfo* p : m_vecPerson) {
-        // The tile first: only the few participants on screen have their ID compared.
-        if (p->pWidget && p->isShareScreen() && p->pWidget->isVisible())
-            return QRect(p->pWidget->mapToGlobal(QPoint(0, 0)), p->pWidget->size());
-    }
-    return QRect();
-}
-
-void QDlgScreen::NotifyShareWgtPos()
-{
-    m_pSharePerson = nullptr;
-    for (tagPersonInfo* p : qAsConst(m_vecPerson)) {
-        if (p->isShareScreen()) {
-            m_pSharePerson = p;
-            break;
-        }
-    }
-}
-
-void QDlgScreen::CheckShareWgtPosChanged()
-{
-    const QRect rc = GetShareWgtPos();
-    if (rc.isEmpty()) {
-        m_bShareWgtKnown = false;
-        return;
-    }
-    if (m_bShareWgtKnown && rc.topLeft() == m_ptLastShareWgt)
-        return;
-    m_bShareWgtKnown = true;
-    m_ptLastShareWgt = rc.topLeft();
-    // x in the high half, y in the low half.
-    const quint64 pos = (static_cast<quint64>(static_cast<quint32>(rc.x())) << 32) | static_cast<quint32>(rc.y());
-    QKXScreenConfig::getInstance()->notifyHost(25, pos, 0);
-}
-
-void QDlgScreen::onModReposShareWgtPos()
-{
-    m_bShareWgtKnown = false;
-    CheckShareWgtPosChanged();
-}
-
-void QDlgScreen::onModSetSharePause(bool bPause)
-{
-    QKXScreenConfig::getInstance()->m_bSharePause = bPause;
-}
-
-void QDlgScreen::onModPrimaryScreenChanged(bool bPrimary)
-{
-    KXLOG << "onModPrimaryScreenChanged bPrimary:" << bPrimary;
-}
-
-void QDlgScreen::onModStartLocalShare(int iShareType, bool bShare)
-{
-    KXLOG << "onModStartLocalShare iShareType:" << iShareType << ",bShare:" << bShare;
-    QKXScreenConfig::getInstance()->m_bLocalShare = bShare;
-}
-
-void QDlgScreen::onModStopLocalShare()
-{
-    QKXScreenConfig::getInstance()->m_bLocalShare = false;
-}
-
-void QDlgScreen::onModSetShareWatermark(QString text, bool bShow)
-{
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
-    cfg->m_qstrShareWatermark = text;
-    cfg->m_bShowWatermark = bShow;
-    for (tagPersonInfo* p : qAsConst(m_vecPerson)) {
-        if (p->isShareScreen())
-            refreshTile(p);
-    }
-}
-
-void QDlgScreen::onModShareWhiteBoard(QString userID, bool bShare, bool bDulMode)
-{
-    KXLOG << "onModShareWhiteBoard userID:" << userID << ",bShare:" << bShare << ",bDulMode:" << bDulMode;
 }

@@ -12,6 +12,8 @@
 #include "qdlgplayinfo.h"
 #include "qkxscreenconfig.h"
 
+#include <QLabel>
+
 bool QDlgScreen::IsFocusMode(int mode)
 {
     return kxpaging::isFocusMode(mode);
@@ -137,8 +139,14 @@ void QDlgScreen::reposPlayWnd()
         mode = 1;
         cfg->setCurScreenMode(1);
     }
-    if (mode != 4 && mode != 9 && m_pPicInPic)
-        m_pPicInPic->hide();
+    // The floating window and the whiteboard area belong to the stage
+    // layouts; a window hidden on request comes back with the next layout.
+    if (m_bPicInPicUserHidden && mode != m_iPicInPicHiddenMode)
+        m_bPicInPicUserHidden = false;
+    if (!usesPicInPic(mode))
+        releasePicInPic();
+    if (mode != 4)
+        m_pWhiteBoard->hide();
     if (mode != 8)
         cfg->m_bSpeaker4Active = false;
     cfg->m_pSecondBigPlayWidget = nullptr;
@@ -179,6 +187,8 @@ void QDlgScreen::reposPlayWnd()
         KXLOG << "[ScreenMod]curScreenMode:" << mode;
         break;
     }
+    if (usesPicInPic(mode))
+        placePicInPic();
     hideTilesNotShownByPass(marks);
     endPassSweep();
 
@@ -186,17 +196,14 @@ void QDlgScreen::reposPlayWnd()
         m_pCurSelPlayWidget = nullptr;
     testHideMoreMenu();
     placeSubtitleBand();
-    if (m_bJoinFinish) {
-        // Video on screen is pulled at once; what went off screen is stopped
-        // only once the layout has been still for five seconds.
-        changePersonVideoMute(false);
-        if (m_iVideoMuteTimerId)
-            killTimer(m_iVideoMuteTimerId);
-        m_iVideoMuteTimerId = startTimer(5000, Qt::CoarseTimer);
-    }
+    restartVideoMuteTimer();
     emit cfg->notifyCurScreenMode(mode);
     NotifyShareWgtPos();
     CheckShareWgtPosChanged();
+    if (m_bPicInPicShownInPass) {
+        m_bPicInPicShownInPass = false;
+        cfg->notifyHost(26, 0, 0);
+    }
     // The gallery is repainted around its tiles. A tile and its overlay
     // repaint themselves when the pass changed them (shown, moved, resized,
     // another participant, another overlay state); repainting them here as
@@ -326,26 +333,8 @@ void QDlgScreen::reLayoutSpeaker(int mode)
     if (m_vecPerson.isEmpty())
         return;
     // Focus participant: the big tile.
-    if (getFoucsPerson() != m_pFocusPerson && !isHasPerson(m_pFocusPerson))
-        reAddFocusPersonToPlayMap();
-    if (m_pFocusPerson && !m_pFocusPerson->pWidget)
-        reAddFocusPersonToPlayMap();
-    if (m_pFocusPerson) {
-        m_pFocusPerson->pWidget = m_pFocusPlayWidget;
-        if (!m_pFocusPlayWidget->personInfo())
-            m_pFocusPlayWidget->setPersonData(m_pFocusPerson, false);
-    } else {
-        m_pFocusPerson = getFoucsPerson();
-        if (!m_pFocusPerson)
-            return;
-        KXLOG << "focusPerson userName:" << m_pFocusPerson->userName;
-        m_pCurSelPlayWidget = m_pFocusPlayWidget;
-        m_pFocusPlayWidget->setPersonData(m_pFocusPerson, false);
-        if (m_pFocusPerson->pWidget != m_pFocusPlayWidget)
-            resetPlayWidgetPtr(m_pFocusPerson);
-        m_pFocusPerson->pWidget = m_pFocusPlayWidget;
-        RemovePersonFromPlayMap(m_pFocusPerson);
-    }
+    if (!bindFocusTile(false, true))
+        return;
     setPersonStreamType(m_pFocusPerson, 4);
     releasePlayWidgetByPersonInfo(m_pFocusPerson);
 
@@ -405,25 +394,8 @@ void QDlgScreen::reLayoutSpeaker4()
     QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
     if (m_vecPerson.isEmpty())
         return;
-    if (getFoucsPerson() != m_pFocusPerson)
-        reAddFocusPersonToPlayMap();
-    if (m_pFocusPerson && !m_pFocusPerson->pWidget)
-        reAddFocusPersonToPlayMap();
-    if (m_pFocusPerson) {
-        m_pFocusPerson->pWidget = m_pFocusPlayWidget;
-        if (!m_pFocusPlayWidget->personInfo())
-            m_pFocusPlayWidget->setPersonData(m_pFocusPerson, false);
-    } else {
-        m_pFocusPerson = getFoucsPerson();
-        if (!m_pFocusPerson)
-            return;
-        m_pCurSelPlayWidget = m_pFocusPlayWidget;
-        m_pFocusPlayWidget->setPersonData(m_pFocusPerson, false);
-        if (m_pFocusPerson->pWidget != m_pFocusPlayWidget)
-            resetPlayWidgetPtr(m_pFocusPerson);
-        m_pFocusPerson->pWidget = m_pFocusPlayWidget;
-        RemovePersonFromPlayMap(m_pFocusPerson);
-    }
+    if (!bindFocusTile(true, false))
+        return;
     m_pFocusPerson->bFocusMark = true;
     setPersonStreamType(m_pFocusPerson, 4);
     releasePlayWidgetByPersonInfo(m_pFocusPerson);
@@ -486,13 +458,6 @@ void QDlgScreen::reLayoutSpeaker4()
             KXLOG << "[ScreenMod]pPerson:" << m.value() << "pPlayWidget:" << m.value()->pWidget << ",key:" << m.key()
                   << ",userName:" << m.value()->userName;
     }
-}
-
-void QDlgScreen::reLayoutPicinPic()
-{
-    // The share (or the focus participant) large, the next participants in a
-    // strip along the bottom; no page controls in this mode.
-    reLayoutSpeaker(6);
 }
 
 void QDlgScreen::reposMeetingSignalFull()

@@ -109,10 +109,13 @@ void QDlgScreen::onModAddPerson(void* person)
     }
     const quint64 serial = p->serial;
     const QString name = p->userName;
-    if (p->isShareScreen())
+    if (p->isShareScreen()) {
         emit cfg->notifyDisplayOrder(false);
-    else
+        // The share's tip: the share is the focused participant now.
+        cfg->notifyHost(10, reinterpret_cast<quintptr>(p), reinterpret_cast<quintptr>(p->pUserData));
+    } else {
         reposPlayWnd();
+    }
 
     cfg->m_iPersonCount = m_vecPerson.size();
     testStartCheckTimer();
@@ -714,7 +717,7 @@ void QDlgScreen::changePersonVideoMute(bool bMute)
         // Visibility first: after a relayout only the few participants on
         // screen are told anything, and a share is asked for by name only
         // for them (the comparison reads every record's ID).
-        const bool bVisible = p->pWidget && p->pWidget->isVisible();
+        const bool bVisible = isOnScreen(p);
         if (bMute == bVisible || p->isShareScreen())
             continue;
         if (bMute && !bVisible) {

@@ -31,6 +31,14 @@ struct KxApi
     PFN_KXScreen_SetVolume SetVolume = nullptr;
     PFN_KXScreen_SetCurSpeakPerson SetCurSpeakPerson = nullptr;
     PFN_KXScreen_UpdateNetWeak UpdateNetWeak = nullptr;
+    PFN_KXScreen_StartLocalShare StartLocalShare = nullptr;
+    PFN_KXScreen_StopLocalShare StopLocalShare = nullptr;
+    PFN_KXScreen_SetShareWatermark SetShareWatermark = nullptr;
+    PFN_KXScreen_SetSharePaush SetSharePaush = nullptr;
+    PFN_KXScreen_ShareWhiteBoard ShareWhiteBoard = nullptr;
+    PFN_KXScreen_ShowPicInPic ShowPicInPic = nullptr;
+    PFN_KXScreen_GetPicInPicWidgetPtr GetPicInPicWidgetPtr = nullptr;
+    PFN_KXScreen_SetMeetingRoomMinimized SetMeetingRoomMinimized = nullptr;
 
     // Loads the library and resolves every pointer above; false (with the
     // reason in *error) when the file or any export is missing.
@@ -68,6 +76,14 @@ struct KxApi
         get(SetVolume, "KXScreen_SetVolume");
         get(SetCurSpeakPerson, "KXScreen_SetCurSpeakPerson");
         get(UpdateNetWeak, "KXScreen_UpdateNetWeak");
+        get(StartLocalShare, "KXScreen_StartLocalShare");
+        get(StopLocalShare, "KXScreen_StopLocalShare");
+        get(SetShareWatermark, "KXScreen_SetShareWatermark");
+        get(SetSharePaush, "KXScreen_SetSharePaush");
+        get(ShareWhiteBoard, "KXScreen_ShareWhiteBoard");
+        get(ShowPicInPic, "KXScreen_ShowPicInPic");
+        get(GetPicInPicWidgetPtr, "KXScreen_GetPicInPicWidgetPtr");
+        get(SetMeetingRoomMinimized, "KXScreen_SetMeetingRoomMinimized");
         return ok;
     }
 

@@ -30,6 +30,7 @@
 #include <QCloseEvent>
 #include <QCommandLineParser>
 #include <QCursor>
+#include <QDate>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
@@ -38,6 +39,7 @@
 #include <QMainWindow>
 #include <QMenu>
 #include <QMenuBar>
+#include <QPainter>
 #include <QRegularExpression>
 #include <QSettings>
 #include <QSplitter>
@@ -327,6 +329,33 @@ public:
                 m_meeting.startShare(who(w.value(2)));
             else
                 m_meeting.stopShare();
+        } else if (verb == QLatin1String("pause")) {
+            m_sharePaused = flag(arg, m_sharePaused);
+            m_api.SetSharePaush(m_screen, m_sharePaused);
+        } else if (verb == QLatin1String("watermark")) {
+            // "watermark on TEXT...", "watermark off"
+            m_watermark = flag(arg, m_watermark);
+            m_api.SetShareWatermark(m_screen, w.mid(2).join(QLatin1Char(' ')).isEmpty()
+                                                  ? QStringLiteral("kxhost demo %1").arg(QDate::currentDate().toString(Qt::ISODate))
+                                                  : w.mid(2).join(QLatin1Char(' ')),
+                                    m_watermark);
+        } else if (verb == QLatin1String("whiteboard")) {
+            // "whiteboard on|off|toggle [dual]": the default participant's whiteboard
+            m_whiteboard = flag(arg, m_whiteboard);
+            Participant* p = who(QString());
+            m_api.ShareWhiteBoard(m_screen, p ? p->userId.constData() : "", m_whiteboard, w.value(2) == QLatin1String("dual"));
+        } else if (verb == QLatin1String("localshare")) {
+            m_localShare = flag(arg, m_localShare);
+            if (m_localShare)
+                m_api.StartLocalShare(m_screen, 1, true);
+            else
+                m_api.StopLocalShare(m_screen);
+        } else if (verb == QLatin1String("pip")) {
+            QWidget* pip = m_api.GetPicInPicWidgetPtr(m_screen);
+            m_api.ShowPicInPic(m_screen, flag(arg, pip && pip->isVisible()));
+        } else if (verb == QLatin1String("minimize")) {
+            m_roomMinimized = flag(arg, m_roomMinimized);
+            m_api.SetMeetingRoomMinimized(m_screen, m_roomMinimized);
         } else if (verb == QLatin1String("skin")) {
             setSkin(arg == QLatin1String("light"));
         } else if (verb == QLatin1String("state")) {
@@ -334,7 +363,7 @@ public:
             std::printf("STATE %s\n", json.constData());
             std::fflush(stdout);
         } else if (verb == QLatin1String("shot")) {
-            grab().save(arg);
+            windowShot().save(arg);
         } else if (verb == QLatin1String("quit")) {
             close();
         } else {
@@ -377,6 +406,12 @@ private:
         add(tr("Speak"), QStringLiteral("speak"), QKeySequence(Qt::Key_K));
         add(tr("Toggle weak network"), QStringLiteral("weak"), QKeySequence(Qt::Key_W));
         add(tr("Start or stop a screen share"), QStringLiteral("share toggle"), QKeySequence(Qt::Key_S));
+        add(tr("Pause or resume the share"), QStringLiteral("pause"), QKeySequence(Qt::Key_P));
+        add(tr("Share watermark"), QStringLiteral("watermark"), QKeySequence(Qt::SHIFT + Qt::Key_W));
+        add(tr("Whiteboard beside the share"), QStringLiteral("whiteboard toggle dual"), QKeySequence(Qt::Key_B));
+        add(tr("Share my screen"), QStringLiteral("localshare"), QKeySequence(Qt::SHIFT + Qt::Key_S));
+        add(tr("Show or hide the floating window"), QStringLiteral("pip"), QKeySequence(Qt::Key_F));
+        add(tr("Minimise the meeting room"), QStringLiteral("minimize"), QKeySequence(Qt::SHIFT + Qt::Key_M));
 
         QMenu* view = menuBar()->addMenu(tr("&View"));
         view->addAction(tr("Light skin"), this, [this]() { command(QStringLiteral("skin light")); },
@@ -497,10 +532,23 @@ private:
             const int mode = m_api.GetCurMode(m_screen);
             statusBar()->showMessage(
                 tr("Layout %1 (%2) \u00b7 keys: 1-9 layouts, PgUp/PgDn pages, Ins/Del add/remove, V video, "
-                   "M mic, K speak, W weak network, S share, L/D skin")
+                   "M mic, K speak, W weak network, S share, P pause, B whiteboard, F floating window, L/D skin")
                     .arg(mode)
                     .arg(tr(kModeNames[qBound(1, mode, 9)])));
         }
+    }
+
+    // The window as a person sees it: the module's floating window, a
+    // window of its own, is drawn where it stands over the meeting window.
+    QPixmap windowShot()
+    {
+        QPixmap shot = grab();
+        QWidget* pip = m_screen ? m_api.GetPicInPicWidgetPtr(m_screen) : nullptr;
+        if (pip && pip->isVisible()) {
+            QPainter painter(&shot);
+            painter.drawPixmap(pip->mapToGlobal(QPoint(0, 0)) - mapToGlobal(QPoint(0, 0)), pip->grab());
+        }
+        return shot;
     }
 
     // --screenshot: save the window, print the summary, leave.
@@ -508,7 +556,7 @@ private:
     {
         refresh();
         const QJsonObject r = report();
-        const bool saved = grab().save(m_opt.screenshot);
+        const bool saved = windowShot().save(m_opt.screenshot);
         std::printf("%s", qPrintable(summaryText(r)));
         std::printf("screenshot: %s%s\n", qPrintable(m_opt.screenshot), saved ? "" : " (NOT SAVED)");
         std::fflush(stdout);
@@ -531,6 +579,11 @@ private:
     QTemporaryDir m_baseDir;
     bool m_light;
     void* m_screen = nullptr;
+    bool m_sharePaused = false;
+    bool m_watermark = false;
+    bool m_whiteboard = false;
+    bool m_localShare = false;
+    bool m_roomMinimized = false;
     GalleryArea* m_area = nullptr;
     StatusPanel* m_panel = nullptr;
 };

@@ -13,6 +13,7 @@
 #include <QResizeEvent>
 #include <QStringList>
 #include <QtGlobal>
+#include <cmath>
 
 namespace {
 
@@ -281,6 +282,13 @@ QDlgPlayInfo::View QDlgPlayInfo::makeView(const tagPersonInfo* p) const
         in.badgeTexts.append(tr("Pinned"));
     }
     v.speaking = p->bSpeaking;
+    if (v.share) {
+        if (cfg->m_bShowWatermark)
+            v.watermark = cfg->m_qstrShareWatermark;
+        v.paused = cfg->m_bSharePause;
+    } else {
+        v.sharingBanner = p->bSelf && cfg->m_bLocalShare;
+    }
     // The size fields are written under the frame lock on the host's thread; a
     // stale read here only shows the previous size until the next refresh.
     if (cfg->showResolution() && !v.placeholder && p->iWidth > 0 && p->iHeight > 0)
@@ -318,6 +326,7 @@ const kxoverlay::PlayInfoLayout& QDlgPlayInfo::layoutFor(const kxoverlay::PlayIn
 bool QDlgPlayInfo::View::sameAs(const View& o) const
 {
     return placeholder == o.placeholder && share == o.share && speaking == o.speaking && unjoined == o.unjoined
+        && watermark == o.watermark && paused == o.paused && sharingBanner == o.sharingBanner
         && micIcon == o.micIcon
         && netIcon == o.netIcon && initial == o.initial && disc == o.disc && level == o.level
         && spinner == o.spinner && newSkin == o.newSkin && headKey == o.headKey
@@ -562,6 +571,14 @@ void QDlgPlayInfo::paintEvent(QPaintEvent* event)
 
     if (m_view.placeholder)
         paintPlaceholder(painter);
+    // Over the picture, under the controls: the watermark must not hide who
+    // shares, and the notices sit in the middle where the eye goes.
+    if (!m_view.watermark.isEmpty())
+        paintWatermark(painter);
+    if (m_view.paused)
+        paintCentreNotice(painter, QStringLiteral("pause"), tr("Sharing paused"));
+    else if (m_view.sharingBanner)
+        paintCentreNotice(painter, QStringLiteral("share"), tr("You are sharing"));
 
     for (const kxoverlay::PlayInfoBadge& b : L.badges) {
         painter.setPen(Qt::NoPen);
@@ -607,4 +624,45 @@ void QDlgPlayInfo::paintEvent(QPaintEvent* event)
         painter.setPen(QPen(QColor(QKXScreenConfig::getInstance()->getAccentColor()), w));
         painter.drawRect(QRectF(rect()).adjusted(w / 2.0, w / 2.0, -w / 2.0, -w / 2.0));
     }
+}
+
+void QDlgPlayInfo::paintWatermark(QPainter& painter)
+{
+    // The text repeated on diagonal lines over the whole tile, light and
+    // half transparent, so that a photo of any part of the screen carries it.
+    painter.save();
+    QFont f = font();
+    f.setPixelSize(qBound(12, height() / 14, 28));
+    painter.setFont(f);
+    painter.setPen(QColor(255, 255, 255, 72));
+    const QFontMetrics fm(f);
+    const int stepX = fm.horizontalAdvance(m_view.watermark) + 3 * fm.height();
+    const int stepY = 4 * fm.height();
+    painter.translate(width() / 2.0, height() / 2.0);
+    painter.rotate(-30);
+    // After the rotation the tile's corners lie within its diagonal of the centre.
+    const int reach = int(std::hypot(width(), height()) / 2) + stepX;
+    for (int y = -reach, row = 0; y <= reach; y += stepY, ++row) {
+        for (int x = -reach + (row % 2) * stepX / 2; x <= reach; x += stepX)
+            painter.drawText(x, y, m_view.watermark);
+    }
+    painter.restore();
+}
+
+void QDlgPlayInfo::paintCentreNotice(QPainter& painter, const QString& icon, const QString& text)
+{
+    const kxoverlay::PlayInfoLayout& L = m_view.layout;
+    const QFontMetrics fm(L.font);
+    const int iconPx = L.iconPx * 2;
+    const int w = qMin(width() - 2 * L.margin, iconPx + L.gap * 3 + fm.horizontalAdvance(text) + 4 * L.padH);
+    const int h = iconPx + 2 * L.padH;
+    const QRect plate(QRect(0, 0, w, h).translated((width() - w) / 2, (height() - h) / 2));
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(QColor(0, 0, 0, 170));
+    painter.drawRoundedRect(QRectF(plate), L.radius * 2, L.radius * 2);
+    const QRect iconRect(plate.left() + 2 * L.padH, plate.top() + L.padH, iconPx, iconPx);
+    painter.drawPixmap(iconRect, kxoverlay::icon(icon, iconPx, devicePixelRatioF()));
+    painter.setFont(L.font);
+    painter.setPen(Qt::white);
+    painter.drawText(plate.adjusted(iconPx + 2 * L.padH + L.gap * 2, 0, -L.padH, 0), Qt::AlignLeft | Qt::AlignVCenter, text);
 }

@@ -72,6 +72,9 @@ public:
     QAbstractButton* recallButton() const;
     bool isPlaceholderShown() const { return m_view.placeholder; }
     bool isSpeakingShown() const { return m_view.speaking; }
+    QString watermarkShown() const { return m_view.watermark; }
+    bool isPausedShown() const { return m_view.paused; }
+    bool isSharingBannerShown() const { return m_view.sharingBanner; }
     bool isHeadImageShown() const { return m_view.placeholder && !m_view.headImage.isNull(); }
     QString micIconName() const { return m_view.micIcon; }
     QString netIconName() const { return m_view.netIcon; }
@@ -106,6 +109,11 @@ private:
         bool share = false;
         bool speaking = false;
         bool unjoined = false;
+        // Over a share: the watermark text (empty: none) and the paused
+        // marker; over the local user while sharing: the sharing banner.
+        QString watermark;
+        bool paused = false;
+        bool sharingBanner = false;
         QString micIcon;
         QString netIcon;
         QString initial;
@@ -136,6 +144,8 @@ private:
     static bool wantsSpinner(const tagPersonInfo* person);
     QPixmap headPixmap(const QImage& image, int d);
     void paintPlaceholder(QPainter& painter);
+    void paintWatermark(QPainter& painter);
+    void paintCentreNotice(QPainter& painter, const QString& icon, const QString& text);
 
     tagPersonInfo* m_pPersonInfo = nullptr;
     QRect m_rcVideo;

@@ -79,8 +79,8 @@ m G05 gallery/qdlgscreen_roster.cpp 'm_vecPerson.at(0)->bSelf ? 0 : 1' 'm_vecPer
       "newcomer placed on the wrong side of a lone participant"
 m G06 gallery/layoutgeometry.cpp $'if (w0 / 16 > h0 / 9)\n        out.setWidth' $'if (false)\n        out.setWidth' \
       "missing 16:9 fit of wide rectangles"
-m G07 gallery/qdlgscreen_layout.cpp $'if (m_iVideoMuteTimerId)\n            killTimer(m_iVideoMuteTimerId);\n        m_iVideoMuteTimerId = startTimer(5000, Qt::CoarseTimer);' \
-      $'if (!m_iVideoMuteTimerId)\n            m_iVideoMuteTimerId = startTimer(5000, Qt::CoarseTimer);' \
+m G07 gallery/qdlgscreen_share.cpp $'if (m_iVideoMuteTimerId)\n        killTimer(m_iVideoMuteTimerId);\n    m_iVideoMuteTimerId = startTimer(5000, Qt::CoarseTimer);' \
+      $'if (!m_iVideoMuteTimerId)\n        m_iVideoMuteTimerId = startTimer(5000, Qt::CoarseTimer);' \
       "video-mute timer not restarted by a relayout"
 m G08 gallery/qdlgscreen_frame.cpp 'if (cfg->testDelPerson(p, false)) {
         KXLOG << "xxxxx QDlgScreen::onPlayFrameUpdateUI' 'if (false) {

@@ -330,7 +330,16 @@ struct Gallery
     {
         QVector<tagPersonInfo*> out;
         for (tagPersonInfo* p : screen()->persons())
-            if (p->pWidget && p->pWidget->isVisible())
+            if (p->pWidget && p->pWidget->isVisible() && p->pWidget->window() != screen()->GetPicInPicWidgetPtr())
+                out.append(p);
+        return out;
+    }
+    // Who the floating window shows, in its order.
+    QVector<tagPersonInfo*> inPicInPic() const
+    {
+        QVector<tagPersonInfo*> out;
+        for (tagPersonInfo* p : screen()->persons())
+            if (p->pWidget && p->pWidget->isVisible() && p->pWidget->window() == screen()->GetPicInPicWidgetPtr())
                 out.append(p);
         return out;
     }

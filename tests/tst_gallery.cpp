@@ -4,6 +4,7 @@
 // codes; plus the configuration the exports rest on.
 #include "kxtestkit.h"
 #include "layoutgeometry.h"
+#include "qdlgpicinpic.h"
 #include "qdlgplayinfo.h"
 
 #include <QAbstractEventDispatcher>
@@ -374,26 +375,200 @@ private slots:
         QCOMPARE(s->stageSpeaker(), QString());
     }
 
-    void shareTakesOverAndGivesBack()
+    void shareTakesTheStage()
     {
-        Gallery g(QSize(1280, 720), 3);
-        g.setMode(8);
-        QByteArray id("sharescreen_u1"), name("P1's screen");
-        void* share = KXScreen_AddPerson(g.h, id.data(), id.data(), name.data(), 5000, 0, nullptr, 1);
-        pump();
+        Gallery g(QSize(1280, 720), 6);
         QDlgScreen* s = g.screen();
-        QTRY_COMPARE(s->persons().size(), 4);
+        QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+        g.setMode(8);
+        g.host().clear();
+        QByteArray id("sharescreen_u1"), name("P1's screen");
+        void* share = KXScreen_AddPerson(g.h, id.data(), id.data(), name.data(), 5000, 0, reinterpret_cast<void*>(0x55), 1);
+        pump();
+        QTRY_COMPARE(s->persons().size(), 7);
+        tagPersonInfo* sr = recordOf(share);
         QCOMPARE(g.mode(), 4);
-        QTRY_COMPARE(s->persons().first(), recordOf(share));
-        QCOMPARE(s->focusPerson(), recordOf(share));
+        QTRY_COMPARE(s->focusPerson(), sr);
         QCOMPARE(s->persons().at(1)->userID, QString("u1")); // the sharer right after
         QCOMPARE(QString(KXScreen_GetShareUserID(g.h)), QString("u1"));
+        const HostMsg tip = g.host().last(KXSCREEN_MSG_SHARE_TIP);
+        QCOMPARE(tip.w, uint64_t(quintptr(sr)));
+        QCOMPARE(tip.l, uint64_t(0x55));
+        // The share alone on the stage; everybody else in the floating window,
+        // one of them, on the small stream.
+        QCOMPARE(g.shown(), QVector<tagPersonInfo*>{sr});
+        QCOMPARE(sr->pWidget->geometry(), kxlayout::shareStageRect(1280, 720));
+        auto* pip = qobject_cast<QDlgPicInPic*>(KXScreen_GetPicInPicWidgetPtr(g.h));
+        QVERIFY(pip && pip->isVisible());
+        QCOMPARE(g.host().count(KXSCREEN_MSG_SHOW_PIC_IN_PIC), 1);
+        QCOMPARE(g.inPicInPic().size(), 1);
+        g.feed(); // a changed stream type is asked for with the participant's next frame
+        QCOMPARE(g.host().lastStream(g.inPicInPic().first()), int(KXSCREEN_MSG_STREAM_SMALL));
+        QCOMPARE(g.host().lastStream(sr), 0); // a share is never asked to switch
+        // A click in the window chooses who "one" shows; the share keeps the stage.
+        emit cfg->notifyClickPicInPicPlayWidget(g.rec(4));
+        pump();
+        QCOMPARE(g.inPicInPic(), QVector<tagPersonInfo*>{g.rec(4)});
+        QCOMPARE(s->focusPerson(), sr);
+        // Several: four to a page, the last page clamped when people leave.
+        emit cfg->notifyPicInPicMutil(true);
+        pump();
+        QCOMPARE(g.inPicInPic().size(), 4);
+        emit cfg->notifyPicInPicChangePage(true);
+        pump();
+        QCOMPARE(pip->pageIndex(), 1);
+        const QVector<tagPersonInfo*> lastPage = g.inPicInPic();
+        QCOMPARE(lastPage.size(), 2);
         g.feed();
-        QCOMPARE(g.host().lastStream(recordOf(share)), 0); // a share is never asked to switch
+        for (tagPersonInfo* p : lastPage)
+            QCOMPARE(g.host().lastStream(p), int(KXSCREEN_MSG_STREAM_SMALL));
+        QCOMPARE(KXScreen_DelPerson(g.h, g.handles.at(s->persons().indexOf(lastPage.first()) - 1)), 1);
+        pump();
+        QTRY_COMPARE(pip->pageIndex(), 1);
+        KXScreen_DelPerson(g.h, g.handles.at(0));
+        pump();
+        QTRY_COMPARE(pip->pageIndex(), 0);
+        QCOMPARE(g.inPicInPic().size(), 4);
+        // Back to one: whoever left the window is stopped once the five seconds are up.
+        g.host().clear();
+        emit cfg->notifyPicInPicOne();
+        pump();
+        QVERIFY(s->videoMuteTimerId() != 0);
+        const QVector<tagPersonInfo*> one = g.inPicInPic();
+        QCOMPARE(one.size(), 1);
+        s->onVideoMuteTimer();
+        QCOMPARE(g.host().count(KXSCREEN_MSG_REMOTE_VIDEO_CLOSE), 3);
+        QCOMPARE(g.host().count(KXSCREEN_MSG_REMOTE_VIDEO_CLOSE, one.first()), 0);
+        // One click on the stage shows or hides the host's toolbar.
+        QTest::mouseClick(sr->pWidget, Qt::LeftButton);
+        QTRY_COMPARE(g.host().count(KXSCREEN_MSG_TOOLBAR_SHOW), 1); // once no second click can follow
         QCOMPARE(KXScreen_DelPerson(g.h, share), 1);
         pump();
-        QTRY_COMPARE(s->persons().size(), 3);
-        QCOMPARE(g.mode(), 8);
+        QTRY_COMPARE(g.mode(), 8);
+        QVERIFY(!pip->isVisible());
+        QVERIFY(g.inPicInPic().isEmpty());
+    }
+
+    void floatingWindowOnRequest()
+    {
+        Gallery g(QSize(1280, 720), 3);
+        QDlgScreen* s = g.screen();
+        QWidget* pip = KXScreen_GetPicInPicWidgetPtr(g.h);
+        // Shown from the grid: the stage layout, until it is hidden again.
+        QCOMPARE(KXScreen_ShowPicInPic(g.h, true), 1);
+        pump();
+        QTRY_COMPARE(g.mode(), 4);
+        QVERIFY(pip->isVisible());
+        QCOMPARE(g.host().count(KXSCREEN_MSG_SHOW_PIC_IN_PIC), 1);
+        tagPersonInfo* stage = s->focusPerson();
+        QCOMPARE(g.shown(), QVector<tagPersonInfo*>{stage});
+        // Without a share a click in the window puts that participant on the stage.
+        tagPersonInfo* other = g.inPicInPic().value(0);
+        QVERIFY(other && other != stage);
+        emit QKXScreenConfig::getInstance()->notifyClickPicInPicPlayWidget(other);
+        pump();
+        QTRY_COMPARE(s->focusPerson(), other);
+        QVERIFY(!g.inPicInPic().contains(other));
+        // Minimised: the gallery's tiles stop counting, the window's still count.
+        g.host().clear();
+        KXScreen_SetMeetingRoomMinimized(g.h, true);
+        pump();
+        QCOMPARE(g.host().count(KXSCREEN_MSG_REMOTE_VIDEO_CLOSE), 0); // not before the five seconds
+        QCOMPARE(g.host().count(KXSCREEN_MSG_SHOW_PIC_IN_PIC), 0);    // nothing is shared
+        s->onVideoMuteTimer();
+        QCOMPARE(g.host().count(KXSCREEN_MSG_REMOTE_VIDEO_CLOSE), 2);
+        QCOMPARE(g.host().count(KXSCREEN_MSG_REMOTE_VIDEO_CLOSE, g.inPicInPic().value(0)), 0);
+        g.host().clear();
+        KXScreen_SetMeetingRoomMinimized(g.h, false);
+        pump();
+        QCOMPARE(g.host().count(KXSCREEN_MSG_REMOTE_VIDEO_OPEN, other), 1);
+        // Hidden on request: the layout comes back, and with it every tile.
+        QCOMPARE(KXScreen_ShowPicInPic(g.h, false), 1);
+        pump();
+        QTRY_COMPARE(g.mode(), 1);
+        QVERIFY(!pip->isVisible());
+        QCOMPARE(g.shown().size(), 3);
+        // Hidden by the host in a stage layout: it stays hidden, the others stop.
+        g.setMode(4);
+        QTRY_VERIFY(pip->isVisible());
+        pip->hide();
+        pump();
+        QVERIFY(g.inPicInPic().isEmpty());
+        g.host().clear();
+        s->onVideoMuteTimer();
+        QCOMPARE(g.host().count(KXSCREEN_MSG_REMOTE_VIDEO_CLOSE), 2);
+    }
+
+    void shareMarksAndWhiteboard()
+    {
+        Gallery g(QSize(1280, 720), 2);
+        QDlgScreen* s = g.screen();
+        KXScreen_SetPersonInfo(g.h, g.handles.at(0), true, 0, const_cast<char*>("P0"));
+        QByteArray id("sharescreen_u1"), name("P1");
+        tagPersonInfo* sr = recordOf(KXScreen_AddPerson(g.h, id.data(), id.data(), name.data(), 5000, 0, nullptr, 1));
+        pump();
+        QTRY_COMPARE(s->focusPerson(), sr);
+        QDlgPlayInfo* info = sr->pWidget->playInfo();
+        auto changed = [](const QImage& a, const QImage& b, const QRect& r) {
+            int n = 0;
+            for (int y = r.top(); y <= r.bottom(); ++y)
+                for (int x = r.left(); x <= r.right(); ++x)
+                    n += a.pixel(x, y) != b.pixel(x, y) ? 1 : 0;
+            return n;
+        };
+        const QImage plain = info->grab().toImage();
+        const QRect all = plain.rect();
+        const QRect corner(0, 0, all.width() / 4, all.height() / 4);
+        const QRect centre(all.center() - QPoint(20, 8), QSize(40, 16));
+        // The watermark covers the whole share, corners too.
+        KXScreen_SetShareWatermark(g.h, QStringLiteral("alice@example 10:42"), true);
+        pump();
+        QCOMPARE(info->watermarkShown(), QStringLiteral("alice@example 10:42"));
+        const QImage marked = info->grab().toImage();
+        QVERIFY(changed(plain, marked, corner) > corner.width() * corner.height() / 50);
+        QVERIFY(changed(plain, marked, all.translated(all.width() * 3 / 4, all.height() * 3 / 4) & all) > 0);
+        QVERIFY(g.rec(1)->pWidget->playInfo()->watermarkShown().isEmpty()); // never on a camera
+        KXScreen_SetShareWatermark(g.h, QString(), false);
+        pump();
+        QCOMPARE(changed(plain, info->grab().toImage(), all), 0);
+        // Paused: a marker in the middle, nothing else.
+        KXScreen_SetSharePaush(g.h, true);
+        pump();
+        const QImage paused = info->grab().toImage();
+        QVERIFY(changed(plain, paused, centre) > centre.width() * centre.height() * 9 / 10);
+        QCOMPARE(changed(plain, paused, corner), 0);
+        KXScreen_SetSharePaush(g.h, false);
+        pump();
+        QVERIFY(!info->isPausedShown());
+        // Sharing locally: the local user's tile says so, the host hears 26.
+        g.host().clear();
+        KXScreen_StartLocalShare(g.h, 1, true);
+        pump();
+        QCOMPARE(KXScreen_IsUserShare(g.h), 1);
+        QVERIFY(g.rec(0)->pWidget && g.rec(0)->pWidget->playInfo()->isSharingBannerShown());
+        QCOMPARE(g.host().count(KXSCREEN_MSG_SHOW_PIC_IN_PIC), 1);
+        KXScreen_StopLocalShare(g.h);
+        pump();
+        QVERIFY(!g.rec(0)->pWidget->playInfo()->isSharingBannerShown());
+        // A whiteboard takes the stage; beside a share it takes the right half.
+        g.host().clear();
+        KXScreen_ShareWhiteBoard(g.h, "u0", true, false);
+        pump();
+        QWidget* board = s->whiteBoardArea();
+        QTRY_VERIFY(board->isVisible());
+        QCOMPARE(board->geometry(), kxlayout::shareStageRect(1280, 720));
+        QCOMPARE(KXScreen_GetShareWgtPos(g.h), QRect(board->mapToGlobal(QPoint(0, 0)), board->size()));
+        QCOMPARE(g.host().count(KXSCREEN_MSG_SHARE_POS_CHANGED), 1);
+        QVERIFY(g.inPicInPic().contains(sr));
+        KXScreen_ShareWhiteBoard(g.h, "u0", true, true);
+        pump();
+        QTRY_COMPARE(sr->pWidget->geometry(), kxlayout::splitStageRect(1280, 720, 0));
+        QCOMPARE(board->geometry(), kxlayout::splitStageRect(1280, 720, 1));
+        KXScreen_ShareWhiteBoard(g.h, "u0", false, true);
+        pump();
+        QTRY_VERIFY(!board->isVisible());
+        QCOMPARE(g.mode(), 4);
+        QCOMPARE(sr->pWidget->geometry(), kxlayout::shareStageRect(1280, 720));
     }
 
     void arrivalAndRemoval()

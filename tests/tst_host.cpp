@@ -199,7 +199,7 @@ const LayoutRun kLayoutRuns[] = {
     {"1 equal grid, 4 people", 1, 4, 4, false},
     {"2 six-cut, 12 people", 2, 12, 6, false},
     {"3 eight-cut, 12 people", 3, 12, 8, false},
-    {"4 picture in picture, 12 people", 4, 12, 7, false},
+    {"4 share stage, 12 people", 4, 12, 1, false},
     {"5 speaker, strip right, 5 people", 5, 5, 5, false},
     {"6 speaker, strip bottom, 12 people", 6, 12, 7, false},
     {"7 speaker, strip top, 3 people", 7, 3, 3, false},

@@ -46,6 +46,15 @@ QRect rectOf(const QString& call)
         return eightCutRect(a[0], a[1], a[2], a[3]);
     if (fn == "video")
         return kxvideo::fitVideo(a[0], a[1], a[2], a[3]);
+    if (fn == "stage")
+        return shareStageRect(a[0], a[1]);
+    if (fn == "split")
+        return splitStageRect(a[0], a[1], a[2]);
+    if (fn == "pip") { // several count page i: -1 window, -2 toggle, -3 previous, -4 next, else tile i
+        const PicInPicGeometry g = picInPicGeometry(a[0], a[1], a[2]);
+        const QVector<QRect> parts{QRect(), QRect(QPoint(0, 0), g.window), g.toggle, g.prev, g.next};
+        return a[3] < 0 ? parts.at(-a[3]) : nth(g.tiles, a[3]);
+    }
     if (fn == "s4") { // W H n smallCount page i: -1 single, 0 left, 1 right, 2 strip, 3.. small
         const Speaker4Geometry g = speaker4Geometry(a[0], a[1], a[2], a[3], a[4]);
         const QVector<QRect> all = QVector<QRect>{g.bigLeft, g.bigRight, g.strip} + g.small;
@@ -166,6 +175,18 @@ private slots:
             {"video 100 50 1600 900", QRect(6, 0, 88, 50)}, {"video 400 225 1280 718", QRect(0, 0, 400, 225)},
             {"video 400 226 1280 718", QRect(0, 1, 400, 224)}, {"video 100 56 16 9", QRect(0, 0, 100, 56)},
             {"video 400 400 0 720", QRect()},
+            // Share stage fitted and centred; a whiteboard beside it splits the
+            // gallery in halves (959 wide with the gap unit between them).
+            {"stage 1920 1080", E(0, 0, 1920, 1080)}, {"stage 1000 1000", E(0, 219, 1000, 781)},
+            {"stage 2000 1000", E(111, 0, 1888, 1000)}, {"split 1920 1080 0", E(0, 270, 959, 809)},
+            {"split 1920 1080 1", E(961, 270, 1920, 809)},
+            // Floating window: bar 28, "one" 320x180, "several" 240x135 by four, gap 4, buttons 24.
+            {"pip 0 5 0 -1", QRect(0, 0, 320, 208)}, {"pip 0 5 0 0", QRect(0, 28, 320, 180)},
+            {"pip 0 5 3 1", QRect()}, {"pip 0 5 0 -2", QRect(292, 2, 24, 24)}, {"pip 0 5 0 -3", QRect()},
+            {"pip 1 5 0 -1", QRect(0, 0, 240, 580)}, {"pip 1 5 0 3", QRect(0, 445, 240, 135)},
+            {"pip 1 5 7 -1", QRect(0, 0, 240, 163)}, {"pip 1 5 7 0", QRect(0, 28, 240, 135)},
+            {"pip 1 5 7 1", QRect()}, {"pip 1 5 0 -2", QRect(212, 2, 24, 24)},
+            {"pip 1 5 0 -3", QRect(4, 2, 24, 24)}, {"pip 1 5 0 -4", QRect(32, 2, 24, 24)}, {"pip 1 0 0 0", QRect()},
         };
         for (const auto& r : rows)
             QTest::newRow(r.first) << QString(r.first) << r.second;
@@ -196,6 +217,7 @@ private slots:
                             six << sixCutRect(W, H, n, s);
                     }
                     pages << six << eight;
+                    pages << QVector<QRect>{splitStageRect(W, H, 0), splitStageRect(W, H, 1)};
                     for (int mode : {5, 6, 7}) {
                         const SpeakerGeometry g = speakerGeometry(mode, W, H, n, false);
                         QVector<QRect> t{g.big};
