@@ -18,6 +18,7 @@
 #include <mutex>
 
 class CPlayWidget;
+class QDlgExtScreen;
 class QDlgPicInPic;
 class QLabel;
 class QTimer;
@@ -152,6 +153,19 @@ public:
     // use it; elsewhere it lets its tiles go and hides).
     void placePicInPic();
     QString whiteBoardUserID() const { return m_qstrWhiteBoardUserID; }
+
+    // --- the external screen ---------------------------------------------------
+    bool extOpen(int iScreen);
+    void extClose();
+    bool extIsOpen() const;
+    // The participant to show there; empty: automatic.
+    void extSetUserID(const QString& userID);
+    QString extShownUserID() const;
+    QWidget* extWidget() const; // null while closed
+    bool extShows(const tagPersonInfo* person) const;
+    // Who the external screen shows, after every relayout.
+    void updateExtScreen();
+    tagPersonInfo* extSharePerson() const { return m_pExtSharePerson; }
     QWidget* whiteBoardArea() const;
     CPlayWidget* getCurSelPlayWidgetPtr();
 
@@ -323,7 +337,13 @@ private:
     int m_iCheckTimerId = 0;
     PlayMap m_mapPlay;
     QVector<tagPersonInfo*> m_vecPerson;
-    tagPersonInfo* m_pExtSharePerson = nullptr;  // share shown only on the external screen
+    // A share shown only on the external screen, kept outside the roster; set
+    // by AddMeetingPerson on a host thread.
+    std::atomic<tagPersonInfo*> m_pExtSharePerson{nullptr};
+    QDlgExtScreen* m_pExtScreen = nullptr;       // created at the first opening, lives with the gallery
+    std::atomic<CPlayWidget*> m_pExtTile{nullptr}; // its tile, for host threads
+    QString m_qstrExtChosen;                     // the host's choice; empty: automatic
+    tagPersonInfo* extChoice() const;
     tagPersonInfo* m_pSharePerson = nullptr;     // share bookkeeping
     int m_iPageIdx = 0;
     int m_iPicInPicPageIdx = 0;

@@ -552,10 +552,3 @@ void QDlgScreen::onPlayWidgetLBtnClick(CPlayWidget* widget)
         QKXScreenConfig::getInstance()->notifyHost(11, 0, 0);
 }
 
-void QDlgScreen::onNotifyClickExtPlayWidget(void* person)
-{
-    auto* p = static_cast<tagPersonInfo*>(person);
-    if (!testLivePerson(p, "onNotifyClickExtPlayWidget"))
-        return;
-    QKXScreenConfig::getInstance()->m_extUserID = p->userID;
-}

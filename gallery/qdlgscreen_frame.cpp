@@ -33,10 +33,18 @@ bool QDlgScreen::playFrame(void* person, KxCloudRTCVideoFrameQT* frame)
     const int height = frame->height;
     postForPerson(p, [p, width, height]() { emit QKXScreenConfig::getInstance()->playFrameUpdateUI(p, width, height); });
     CPlayWidget* tile = p->pWidget;
+    // The external screen may show the same participant: the picture is
+    // copied once, into the record, and both tiles draw it from there.
+    CPlayWidget* ext = m_pExtTile.load(std::memory_order_acquire);
     if (tile) {
         p->addTime = QDateTime::currentMSecsSinceEpoch();
-        return tile->PlayOneFrame(frame, p);
+        const bool ok = tile->PlayOneFrame(frame, p);
+        if (ok && ext && ext != tile)
+            ext->showSharedPicture(p);
+        return ok;
     }
+    if (ext && ext->PlayOneFrame(frame, p))
+        return true;
     if (cfg->m_bSilenceSelfNoTile && p->bSelf)
         return false;
     KXLOG << "pInfo->pWidget == nullptr userName:" << p->userName << ", userID:" << p->userID;

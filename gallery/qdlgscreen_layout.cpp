@@ -196,6 +196,7 @@ void QDlgScreen::reposPlayWnd()
         m_pCurSelPlayWidget = nullptr;
     testHideMoreMenu();
     placeSubtitleBand();
+    updateExtScreen();
     restartVideoMuteTimer();
     emit cfg->notifyCurScreenMode(mode);
     NotifyShareWgtPos();

@@ -3,6 +3,7 @@
 
 #include "cplaywidget.h"
 #include "displayorder.h"
+#include "dlgextscreen.h"
 #include "modulelog.h"
 #include "personinfo.h"
 #include "platform.h"
@@ -43,7 +44,10 @@ void* QDlgScreen::AddMeetingPerson(QString userID, QString qstrExtra, QString us
     }
 
     if (p->isShareScreen() && testIsShareInExtMode()) {
+        // Shown on the external screen only: kept outside the roster.
         m_pExtSharePerson = p;
+        KXLOG << "AddMeetingPerson share for the external screen, userid:" << p->userID;
+        postForPerson(p, [this]() { updateExtScreen(); });
         return p;
     }
 
@@ -185,6 +189,7 @@ bool QDlgScreen::DelMeetingPerson(void* person)
         m_pExtSharePerson = nullptr;
         m_pSharePerson = nullptr;
         forgetPerson(p);
+        updateExtScreen();
         return true;
     }
     return DelPerson(p);
@@ -339,6 +344,8 @@ void QDlgScreen::detachFromTiles(tagPersonInfo* p)
     }
     if (m_pFocusPlayWidget && m_pFocusPlayWidget->personInfo() == p)
         m_pFocusPlayWidget->setPersonData(nullptr, false);
+    if (m_pExtScreen && m_pExtScreen->person() == p)
+        m_pExtScreen->setPerson(nullptr);
 }
 
 bool QDlgScreen::RemovePersonFromPlayMap(tagPersonInfo* person)

@@ -201,6 +201,8 @@ void QDlgScreen::restartVideoMuteTimer()
 
 bool QDlgScreen::isOnScreen(const tagPersonInfo* p) const
 {
+    if (extShows(p))
+        return true;
     CPlayWidget* tile = p->pWidget;
     if (!tile || !tile->isVisible())
         return false;
@@ -364,11 +366,6 @@ void QDlgScreen::onModSetSharePause(bool bPause)
         if (p->isShareScreen())
             refreshTile(p);
     }
-}
-
-void QDlgScreen::onModPrimaryScreenChanged(bool bPrimary)
-{
-    KXLOG << "onModPrimaryScreenChanged bPrimary:" << bPrimary;
 }
 
 void QDlgScreen::onModStartLocalShare(int iShareType, bool bShare)

@@ -39,6 +39,13 @@ struct KxApi
     PFN_KXScreen_ShowPicInPic ShowPicInPic = nullptr;
     PFN_KXScreen_GetPicInPicWidgetPtr GetPicInPicWidgetPtr = nullptr;
     PFN_KXScreen_SetMeetingRoomMinimized SetMeetingRoomMinimized = nullptr;
+    PFN_KXScreen_ChangePrimaryScreen ChangePrimaryScreen = nullptr;
+    PFN_KXScreenExt_Open ExtOpen = nullptr;
+    PFN_KXScreenExt_Close ExtClose = nullptr;
+    PFN_KXScreenExt_IsOpen ExtIsOpen = nullptr;
+    PFN_KXScreenExt_SetUserID ExtSetUserID = nullptr;
+    PFN_KXScreenExt_GetUserID ExtGetUserID = nullptr;
+    PFN_KXScreenExt_GetWidgetPtr ExtGetWidgetPtr = nullptr;
 
     // Loads the library and resolves every pointer above; false (with the
     // reason in *error) when the file or any export is missing.
@@ -84,6 +91,13 @@ struct KxApi
         get(ShowPicInPic, "KXScreen_ShowPicInPic");
         get(GetPicInPicWidgetPtr, "KXScreen_GetPicInPicWidgetPtr");
         get(SetMeetingRoomMinimized, "KXScreen_SetMeetingRoomMinimized");
+        get(ChangePrimaryScreen, "KXScreen_ChangePrimaryScreen");
+        get(ExtOpen, "KXScreenExt_Open");
+        get(ExtClose, "KXScreenExt_Close");
+        get(ExtIsOpen, "KXScreenExt_IsOpen");
+        get(ExtSetUserID, "KXScreenExt_SetUserID");
+        get(ExtGetUserID, "KXScreenExt_GetUserID");
+        get(ExtGetWidgetPtr, "KXScreenExt_GetWidgetPtr");
         return ok;
     }
 

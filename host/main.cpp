@@ -64,6 +64,7 @@ struct Options
     int mode = KXSCREEN_LAYOUT_EQUAL_CUT;
     bool lightSkin = false;
     bool share = false;
+    int extScreen = -1; // --ext-screen N
     bool allVideo = false;
     bool scenario = false;
     bool showResolution = false;
@@ -218,6 +219,8 @@ public:
     {
         m_meeting.enterGallery(m_screen);
         m_api.JoinMeetingFinish(m_screen);
+        if (m_opt.extScreen >= 0)
+            command(QStringLiteral("ext open %1").arg(m_opt.extScreen));
         if (m_opt.share)
             m_meeting.startShare(m_meeting.find(QStringLiteral("#1")));
         if (!m_opt.script.isEmpty())
@@ -353,6 +356,20 @@ public:
         } else if (verb == QLatin1String("pip")) {
             QWidget* pip = m_api.GetPicInPicWidgetPtr(m_screen);
             m_api.ShowPicInPic(m_screen, flag(arg, pip && pip->isVisible()));
+        } else if (verb == QLatin1String("ext")) {
+            // "ext open N", "ext close", "ext user NAME" (no name: automatic),
+            // "ext share on|off": shares go to the external screen only
+            if (arg == QLatin1String("open")) {
+                if (!m_api.ExtOpen(m_screen, w.value(2).toInt()))
+                    std::fprintf(stderr, "kxhost: no screen %s\n", qPrintable(w.value(2)));
+            } else if (arg == QLatin1String("close")) {
+                m_api.ExtClose(m_screen);
+            } else if (arg == QLatin1String("user")) {
+                Participant* p = w.size() > 2 ? m_meeting.find(w.at(2)) : nullptr;
+                m_api.ExtSetUserID(m_screen, p ? p->userId.constData() : nullptr);
+            } else if (arg == QLatin1String("share")) {
+                m_api.ChangePrimaryScreen(m_screen, flag(w.value(2), false));
+            }
         } else if (verb == QLatin1String("minimize")) {
             m_roomMinimized = flag(arg, m_roomMinimized);
             m_api.SetMeetingRoomMinimized(m_screen, m_roomMinimized);
@@ -521,8 +538,17 @@ private:
 
     QJsonObject report()
     {
-        return hostReport(m_meeting, m_counters, m_screen ? m_api.GetCurMode(m_screen) : 0, this, m_area,
-                          m_clock.elapsed());
+        QJsonObject r = hostReport(m_meeting, m_counters, m_screen ? m_api.GetCurMode(m_screen) : 0, this, m_area,
+                                   m_clock.elapsed());
+        if (m_screen && m_api.ExtIsOpen(m_screen)) {
+            const QByteArray id = m_api.ExtGetUserID(m_screen);
+            QString shown = QString::fromLocal8Bit(id);
+            for (Participant* p : m_meeting.present())
+                if (p->userId == id)
+                    shown = p->share ? QStringLiteral("%1's screen").arg(p->name) : p->name;
+            r.insert(QStringLiteral("externalScreen"), shown);
+        }
+        return r;
     }
 
     void refresh()
@@ -607,6 +633,8 @@ bool parseOptions(const QApplication& app, Options* o)
     const QCommandLineOption skin(QStringLiteral("skin"), QStringLiteral("light or dark (dark)."),
                                   QStringLiteral("SKIN"), QStringLiteral("dark"));
     const QCommandLineOption share(QStringLiteral("share"), QStringLiteral("The host shares a screen."));
+    const QCommandLineOption extScreen(QStringLiteral("ext-screen"),
+                                       QStringLiteral("Open the external-screen window on screen N."), QStringLiteral("N"));
     const QCommandLineOption allVideo(QStringLiteral("all-video"),
                                       QStringLiteral("Everyone has joined with video (no invited participant)."));
     const QCommandLineOption scenario(QStringLiteral("scenario"),
@@ -635,13 +663,14 @@ bool parseOptions(const QApplication& app, Options* o)
     const QCommandLineOption clips(QStringLiteral("clips"),
                                    QStringLiteral("Where the participants' clips are made and kept."),
                                    QStringLiteral("DIR"), QCoreApplication::applicationDirPath() + QStringLiteral("/clips"));
-    p.addOptions({participants, mode, skin, share, allVideo, scenario, script, control, screenshot, after, summary,
+    p.addOptions({participants, mode, skin, share, extScreen, allVideo, scenario, script, control, screenshot, after, summary,
                   size, res, library, synthetic, clips});
     p.process(app);
     o->participants = qBound(1, p.value(participants).toInt(), 200);
     o->mode = p.value(mode).toInt();
     o->lightSkin = p.value(skin) == QLatin1String("light");
     o->share = p.isSet(share);
+    o->extScreen = p.isSet(extScreen) ? p.value(extScreen).toInt() : -1;
     o->allVideo = p.isSet(allVideo);
     o->scenario = p.isSet(scenario);
     o->script = p.value(script);

@@ -293,6 +293,8 @@ QString summaryText(const QJsonObject& r)
     s += QStringLiteral("layout mode: %1, video tiles on screen: %2\n")
              .arg(r.value(QStringLiteral("mode")).toInt())
              .arg(r.value(QStringLiteral("tiles")).toArray().size());
+    if (r.contains(QStringLiteral("externalScreen")))
+        s += QStringLiteral("external screen shows: %1\n").arg(r.value(QStringLiteral("externalScreen")).toString());
     s += QStringLiteral("frames delivered: %1, refused: %2\n")
              .arg(qint64(num(r, "framesDelivered")))
              .arg(qint64(num(r, "framesRefused")));

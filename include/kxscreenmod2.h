@@ -245,15 +245,49 @@ KXSCREEN_API int KXScreen_IsIconic(void* hScreen);
 /* Sharing                                                                   */
 /* ------------------------------------------------------------------------ */
 
-/* [any thread] The share is shown on the primary screen (true) or an external one. */
+/* [any thread] true: while the external screen is open (KXScreenExt_Open), a share that arrives is
+ * shown there only and the gallery keeps its layout; false: shares come to the gallery, and one shown
+ * on the external screen comes back into it (layout 4, as a share arriving). */
 KXSCREEN_API int KXScreen_ChangePrimaryScreen(void* hScreen, bool bPrimary);
+/* [any thread] The local user starts (bShare) or stops sharing: "You are sharing" on the local
+ * user's tile, KXScreen_IsUserShare answers 1, message 26 on the start. */
 KXSCREEN_API int KXScreen_StartLocalShare(void* hScreen, int iShareType, bool bShare);
+/* [any thread] */
 KXSCREEN_API int KXScreen_StopLocalShare(void* hScreen);
+/* [any thread] The share is paused (a marker over its last picture) or resumed. */
 KXSCREEN_API int KXScreen_SetSharePaush(void* hScreen, bool bPause);
+/* [any thread] The stage is kept for the host's whiteboard (its area: message 25 and
+ * KXScreen_GetShareWgtPos); with bDulMode and a share running, share and whiteboard side by side. */
 KXSCREEN_API int KXScreen_ShareWhiteBoard(void* hScreen, const char* userID, bool bShare, bool bDulMode);
 KXSCREEN_API int KXScreen_ReposShareWgtForAnnonate(void* hScreen);
 /* [interface] Non-zero while the local user shares. */
 KXSCREEN_API int KXScreen_IsUserShare(void* hScreen);
+
+/* ------------------------------------------------------------------------ */
+/* External screen                                                           */
+/* ------------------------------------------------------------------------ */
+/* One participant, or the share, full screen on a second display. The window
+ * follows its screen's geometry and scale; when its screen is removed it
+ * closes itself: KXScreenExt_IsOpen answers 0 and KXScreenExt_GetWidgetPtr
+ * null from then on, and the window sends QEvent::Hide, which a host that
+ * holds the pointer can watch with an event filter. All six belong on the
+ * interface thread and answer 0 or null from any other. */
+
+/* [interface] Opens the window full screen on QGuiApplication::screens()[iScreen]; opening again moves
+ * it. 0 for a bad handle or a screen that does not exist. */
+KXSCREEN_API int KXScreenExt_Open(void* hScreen, int iScreen);
+/* [interface] Closes the window. */
+KXSCREEN_API int KXScreenExt_Close(void* hScreen);
+/* [interface] 1 while the window is open. */
+KXSCREEN_API int KXScreenExt_IsOpen(void* hScreen);
+/* [interface] The participant shown there (local 8-bit user ID); null or empty: automatic (the share,
+ * else whoever speaks, else the gallery's focus participant). The participant gets the large stream
+ * and counts as on screen for messages 17 and 18. */
+KXSCREEN_API int KXScreenExt_SetUserID(void* hScreen, const char* userID);
+/* [interface] The participant shown now; valid until the next call. */
+KXSCREEN_API const char* KXScreenExt_GetUserID(void* hScreen);
+/* [interface] The window, or null while it is closed. */
+KXSCREEN_API QWidget* KXScreenExt_GetWidgetPtr(void* hScreen);
 
 /* ------------------------------------------------------------------------ */
 /* Picture-in-picture, subtitles, display                                    */
@@ -370,6 +404,12 @@ typedef int (*PFN_KXScreen_OpenSubtitle)(void*, bool);
 typedef int (*PFN_KXScreen_SetDPIs)(void*, double, double);
 typedef int (*PFN_KXScreen_SetIsNewSkin)(void*, bool);
 typedef int (*PFN_KXScreen_SetMeetingRoomMinimized)(void*, bool);
+typedef int (*PFN_KXScreenExt_Open)(void*, int);
+typedef int (*PFN_KXScreenExt_Close)(void*);
+typedef int (*PFN_KXScreenExt_IsOpen)(void*);
+typedef int (*PFN_KXScreenExt_SetUserID)(void*, const char*);
+typedef const char* (*PFN_KXScreenExt_GetUserID)(void*);
+typedef QWidget* (*PFN_KXScreenExt_GetWidgetPtr)(void*);
 #endif /* __cplusplus */
 
 #endif /* KXSCREENMOD2_H */

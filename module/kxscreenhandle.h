@@ -24,6 +24,7 @@ struct KXScreenHandle
     QByteArray allLookID;
     QByteArray lockLookID;
     QByteArray shareID;
+    QByteArray extID;     // KXScreenExt_GetUserID
 
     // Lifetime, under the registry's lock: exports inside the handle right
     // now, and whether KXScreen_Release has let it go.

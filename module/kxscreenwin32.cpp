@@ -8,6 +8,7 @@
 #include "kxscreenmod2.h"
 
 #include "cwin32uicallback.h"
+#include "exportshims.h"
 #include "kxscreenhandle.h"
 #include "kxscreeninternal.h"
 #include "kxsync.h"
@@ -30,54 +31,7 @@
 
 namespace {
 
-QKXScreenConfig* config()
-{
-    return QKXScreenConfig::getInstance();
-}
-
-QString fromLocal(const char* s)
-{
-    return s ? QString::fromLocal8Bit(s) : QString();
-}
-
-QString fromUtf8(const char* s)
-{
-    return s ? QString::fromUtf8(s) : QString();
-}
-
-void logThread(const char* name)
-{
-    KXLOG << name << "thread:" << QThread::currentThreadId();
-}
-
-void logException(const char* where, const std::exception* e)
-{
-    KXWARN << "[ScreenMod]exception in" << where << (e ? e->what() : "unknown");
-}
-
-// Runs an export's body. No exception leaves an export: it is logged and
-// answered like any other failure.
-template <typename R, typename F>
-R guarded(const char* name, R fail, F&& body)
-{
-    try {
-        kxmodule::ensureAttached();
-        return body();
-    } catch (const std::exception& e) {
-        logException(name, &e);
-    } catch (...) {
-        logException(name, nullptr);
-    }
-    return fail;
-}
-
-// Gallery work: at once on the interface thread, queued from any other (and
-// dropped if the gallery is gone by then).
-template <typename F>
-void toGallery(const ScreenUse& use, F&& f)
-{
-    kxsync::runOnUi(use.screen(), std::forward<F>(f));
-}
+using namespace kxexport;
 
 // The participant a per-participant export names.
 struct PersonRef
@@ -121,23 +75,6 @@ void toPerson(const ScreenUse& use, const PersonRef& ref, F&& f)
         }
         f();
     });
-}
-
-// The string returned by a user-ID query, kept in the handle until the next
-// call of the same query.
-const char* userIDString(const char* name, void* hScreen, QByteArray KXScreenHandle::*field,
-                         QString (QDlgScreen::*read)() const)
-{
-    logThread(name);
-    ScreenUse use(hScreen);
-    if (!use)
-        return nullptr;
-    if (!kxsync::onInterfaceThread()) {
-        KXLOG << "[ScreenMod]user ID queries belong on the interface thread";
-        return nullptr;
-    }
-    (use.handle()->*field) = (use.screen()->*read)().toLocal8Bit();
-    return (use.handle()->*field).constData();
 }
 
 // The per-participant exports that reach the gallery through a configuration

@@ -242,6 +242,20 @@ bool CPlayWidget::PlayOneFrame(const KxCloudRTCVideoFrameQT* frame, const tagPer
     return true;
 }
 
+void CPlayWidget::showSharedPicture(const tagPersonInfo* owner)
+{
+    std::lock_guard<std::recursive_mutex> lock(m_mutex);
+    if (!owner || m_pPersonInfo != owner)
+        return;
+    const QSize size(owner->iWidth, owner->iHeight);
+    if (size != m_sharedSize) {
+        m_sharedSize = size;
+        fromAnyThread(&CPlayWidget::notifyViewCenter);
+    }
+    m_bNewPicture = true;
+    fromAnyThread(&CPlayWidget::notifyRender);
+}
+
 void CPlayWidget::SetVideoSize(unsigned int width, unsigned int height)
 {
     std::lock_guard<std::recursive_mutex> lock(m_mutex);
@@ -455,12 +469,20 @@ void CPlayWidget::onViewCenter(int iWidth, int iHeight)
 
 void CPlayWidget::delayResetChangeTag()
 {
+    bool bPending = false;
     {
         std::lock_guard<std::recursive_mutex> lock(m_mutex);
         m_bChangeTag = false;
+        bPending = m_bNewPicture;
     }
-    if (isVisible())
+    if (isVisible()) {
         m_pPlayInfo->refreshDisplay();
+        // A picture that arrived while the tile was fresh had its render
+        // notice ignored; without this a still picture (a paused share, a
+        // camera that sent one frame) would wait for the next frame.
+        if (bPending)
+            onRender();
+    }
 }
 
 // ---------------------------------------------------------------------------

@@ -5,6 +5,7 @@
 #include <QOpenGLShaderProgram>
 #include <QOpenGLTexture>
 #include <QOpenGLWidget>
+#include <QSize>
 #include <QPoint>
 #include <mutex>
 #include <QRect>
@@ -36,6 +37,11 @@ public:
     // frame, no buffer, or the tile holds another record than `owner`, the
     // participant whose frame it is, when one is given).
     bool PlayOneFrame(const KxCloudRTCVideoFrameQT* frame, const tagPersonInfo* owner = nullptr);
+    // Host thread, frame lock held: another tile has just copied a picture
+    // into the record this tile shows too. The record holds the only copy of
+    // the picture, so this tile draws it from there; a second copy per frame
+    // would cost as much as the first.
+    void showSharedPicture(const tagPersonInfo* owner);
     // Sizes the attached record's buffer for a width x height picture.
     void SetVideoSize(unsigned int width, unsigned int height);
 
@@ -148,6 +154,7 @@ private:
     // What the last drawing paint showed; both under m_mutex.
     const tagPersonInfo* m_pPaintedPerson = nullptr;
     bool m_bNewPicture = false;
+    QSize m_sharedSize; // picture size last centred for by showSharedPicture
 };
 
 #endif

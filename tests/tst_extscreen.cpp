@@ -1,0 +1,137 @@
+// The external screen through its exports, on an X server with two screens.
+#include "kxtestkit.h"
+#include "cplaywidget.h"
+#include "layoutgeometry.h"
+#include "qdlgplayinfo.h"
+
+#include <QScreen>
+#include <QWindow>
+
+using namespace kxtest;
+
+namespace {
+
+void* addShare(void* h, const char* id)
+{
+    return onHostThread([&]() { return KXScreen_AddPerson(h, const_cast<char*>(id), const_cast<char*>(id), const_cast<char*>("Bo"), 9000, 0, nullptr, 1); });
+}
+
+QString extUser(void* h)
+{
+    return QString::fromLocal8Bit(KXScreenExt_GetUserID(h));
+}
+
+CPlayWidget* extTile(void* h)
+{
+    return KXScreenExt_GetWidgetPtr(h)->findChild<CPlayWidget*>();
+}
+
+} // namespace
+
+class TstExtScreen : public QObject
+{
+    Q_OBJECT
+private slots:
+    void initTestCase()
+    {
+        QVERIFY(moduleLogOn());
+        QCOMPARE(QGuiApplication::screens().size(), 2);
+    }
+
+    void showsOneParticipantOnTheSecondScreen()
+    {
+        Gallery g(QSize(1280, 720), 3);
+        QDlgScreen* s = g.screen();
+        QCOMPARE(KXScreenExt_Open(g.h, 2), 0);
+        QCOMPARE(KXScreenExt_Open(nullptr, 1), 0);
+        QVERIFY(!KXScreenExt_GetWidgetPtr(g.h));
+        QCOMPARE(onHostThread([&]() { return KXScreenExt_Open(g.h, 1); }), 0); // not from a host thread
+        QCOMPARE(KXScreenExt_Open(g.h, 1), 1);
+        pump();
+        QWidget* w = KXScreenExt_GetWidgetPtr(g.h);
+        QScreen* second = QGuiApplication::screens().at(1);
+        QVERIFY(w && w->isVisible());
+        QCOMPARE(w->windowHandle()->screen(), second);
+        QCOMPARE(w->geometry(), second->geometry());
+        QCOMPARE(KXScreenExt_IsOpen(g.h), 1);
+        // Automatic: nobody speaks and nothing is shared, so the gallery's focus.
+        QCOMPARE(extUser(g.h), s->getFoucsPerson()->userID);
+        // The host's choice: in both places, from one copy of each frame.
+        QCOMPARE(KXScreenExt_SetUserID(g.h, "u2"), 1);
+        pump();
+        QCOMPARE(extUser(g.h), QString("u2"));
+        Frame f = Frame::blocks(640, 360);
+        QCOMPARE(onHostThread([&]() { return KXScreen_PlayFrame(g.h, g.handles.at(2), &f.rec); }), 1);
+        pump();
+        QCOMPARE(g.host().lastStream(g.rec(2)), int(KXSCREEN_MSG_STREAM_LARGE));
+        for (CPlayWidget* tile : QVector<CPlayWidget*>{extTile(g.h), g.rec(2)->pWidget}) {
+            QTRY_VERIFY2(!tile->isPictureOutOfDate(), tile == g.rec(2)->pWidget ? "gallery" : "external");
+            const QImage img = tile->grabFramebuffer();
+            const QRect video = kxlayout::shareStageRect(img.width(), img.height());
+            for (int b = 0; b < 6; ++b)
+                QVERIFY2(near(img.pixelColor(video.left() + video.width() * (2 * b + 1) / 12, img.height() * 3 / 5),
+                              Frame::blockColour(b), 24),
+                         qPrintable(QStringLiteral("block %1").arg(b)));
+        }
+        // On screen for 17 and 18 even when the room is minimised.
+        g.host().clear();
+        KXScreen_SetMeetingRoomMinimized(g.h, true);
+        pump();
+        s->onVideoMuteTimer();
+        QCOMPARE(g.host().count(KXSCREEN_MSG_REMOTE_VIDEO_CLOSE), 2);
+        QCOMPARE(g.host().count(KXSCREEN_MSG_REMOTE_VIDEO_CLOSE, g.rec(2)), 0);
+        KXScreen_SetMeetingRoomMinimized(g.h, false);
+        // Video off: the avatar, not a frozen picture.
+        KXScreen_Preview(g.h, g.handles.at(2), false);
+        pump();
+        QTRY_VERIFY(extTile(g.h)->playInfo()->isPlaceholderShown());
+        // A click there makes that participant the gallery's focus.
+        emit QKXScreenConfig::getInstance()->notifyClickExtPlayWidget(g.rec(1));
+        pump();
+        QTRY_COMPARE(s->persons().first(), g.rec(1));
+        // Its screen goes away: the window closes itself.
+        emit qApp->screenRemoved(second);
+        pump();
+        QCOMPARE(KXScreenExt_IsOpen(g.h), 0);
+        QVERIFY(!KXScreenExt_GetWidgetPtr(g.h));
+        QVERIFY(!w->isVisible());
+        QCOMPARE(KXScreenExt_Open(g.h, 0), 1);
+        QCOMPARE(KXScreenExt_Close(g.h), 1);
+        QCOMPARE(KXScreenExt_IsOpen(g.h), 0);
+    }
+
+    void shareKeptForTheExternalScreen()
+    {
+        Gallery g(QSize(1280, 720), 2);
+        QDlgScreen* s = g.screen();
+        KXScreenExt_Open(g.h, 1);
+        KXScreen_ChangePrimaryScreen(g.h, true);
+        pump();
+        void* share = addShare(g.h, "sharescreen_u1");
+        pump();
+        QTRY_COMPARE(extUser(g.h), QString("sharescreen_u1"));
+        QCOMPARE(g.mode(), 1);
+        QCOMPARE(s->persons().size(), 2);
+        QCOMPARE(s->extSharePerson(), recordOf(share));
+        Frame f(1280, 720);
+        QCOMPARE(onHostThread([&]() { return KXScreen_PlayFrame(g.h, share, &f.rec); }), 1);
+        // Removed by the host: freed, and the screen goes back to the focus.
+        QCOMPARE(KXScreen_DelPerson(g.h, share), 1);
+        pump();
+        QVERIFY(!s->extSharePerson());
+        QTRY_COMPARE(extUser(g.h), s->getFoucsPerson()->userID);
+        // The primary screen again: the share comes into the gallery.
+        share = addShare(g.h, "sharescreen_u0");
+        pump();
+        QTRY_COMPARE(s->extSharePerson(), recordOf(share));
+        KXScreen_ChangePrimaryScreen(g.h, false);
+        pump();
+        QTRY_COMPARE(g.mode(), 4);
+        QCOMPARE(s->focusPerson(), recordOf(share));
+        QCOMPARE(g.host().count(KXSCREEN_MSG_SHARE_TIP, recordOf(share)), 1);
+        // Released with the window open.
+    }
+};
+
+QTEST_MAIN(TstExtScreen)
+#include "tst_extscreen.moc"
