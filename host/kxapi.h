@@ -40,6 +40,8 @@ struct KxApi
     PFN_KXScreen_GetPicInPicWidgetPtr GetPicInPicWidgetPtr = nullptr;
     PFN_KXScreen_SetMeetingRoomMinimized SetMeetingRoomMinimized = nullptr;
     PFN_KXScreen_ChangePrimaryScreen ChangePrimaryScreen = nullptr;
+    PFN_KXScreen_AddSentence AddSentence = nullptr;
+    PFN_KXScreen_OpenSubtitle OpenSubtitle = nullptr;
     PFN_KXScreenExt_Open ExtOpen = nullptr;
     PFN_KXScreenExt_Close ExtClose = nullptr;
     PFN_KXScreenExt_IsOpen ExtIsOpen = nullptr;
@@ -92,6 +94,8 @@ struct KxApi
         get(GetPicInPicWidgetPtr, "KXScreen_GetPicInPicWidgetPtr");
         get(SetMeetingRoomMinimized, "KXScreen_SetMeetingRoomMinimized");
         get(ChangePrimaryScreen, "KXScreen_ChangePrimaryScreen");
+        get(AddSentence, "KXScreen_AddSentence");
+        get(OpenSubtitle, "KXScreen_OpenSubtitle");
         get(ExtOpen, "KXScreenExt_Open");
         get(ExtClose, "KXScreenExt_Close");
         get(ExtIsOpen, "KXScreenExt_IsOpen");

@@ -26,6 +26,7 @@
 #include "statuspanel.h"
 
 #include <QAction>
+#include <QBasicTimer>
 #include <QApplication>
 #include <QCloseEvent>
 #include <QCommandLineParser>
@@ -43,6 +44,7 @@
 #include <QRegularExpression>
 #include <QSettings>
 #include <QSplitter>
+#include <QTimerEvent>
 #include <QStatusBar>
 #include <QTemporaryDir>
 #include <QTimer>
@@ -65,6 +67,7 @@ struct Options
     bool lightSkin = false;
     bool share = false;
     int extScreen = -1; // --ext-screen N
+    bool subtitles = false;
     bool allVideo = false;
     bool scenario = false;
     bool showResolution = false;
@@ -219,6 +222,8 @@ public:
     {
         m_meeting.enterGallery(m_screen);
         m_api.JoinMeetingFinish(m_screen);
+        if (m_opt.subtitles)
+            command(QStringLiteral("subtitles on"));
         if (m_opt.extScreen >= 0)
             command(QStringLiteral("ext open %1").arg(m_opt.extScreen));
         if (m_opt.share)
@@ -327,6 +332,15 @@ public:
                 m_meeting.setWeak(p, flag(w.value(2), p->weak));
         } else if (verb == QLatin1String("speak")) {
             m_meeting.speak(who(arg), w.size() > 2 ? w.at(2).toInt() : 75);
+            if (Participant* p = who(arg))
+                m_captionSpeaker = p;
+        } else if (verb == QLatin1String("subtitles")) {
+            m_subtitles = flag(arg, m_subtitles);
+            m_api.OpenSubtitle(m_screen, m_subtitles);
+            if (m_subtitles)
+                m_captionTimer.start(350, this);
+            else
+                m_captionTimer.stop();
         } else if (verb == QLatin1String("share")) {
             if (flag(arg, m_meeting.shareStream() != nullptr))
                 m_meeting.startShare(who(w.value(2)));
@@ -390,6 +404,35 @@ public:
     }
 
 protected:
+    // Live captions for whoever spoke last: the sentence grows word by word
+    // as a recogniser revises it (partial, one index), then is made final
+    // and the next sentence takes the next index.
+    void timerEvent(QTimerEvent* e) override
+    {
+        if (e->timerId() != m_captionTimer.timerId() || !m_screen)
+            return QMainWindow::timerEvent(e);
+        static const char* const kLines[] = {
+            "Shall we start with the numbers for the third quarter", "The new build reached every office on Monday",
+            "I can share my screen if that helps", "Let us keep the last ten minutes for questions"};
+        Participant* p = m_captionSpeaker;
+        if (!p || p->left)
+            p = m_captionSpeaker = m_meeting.find(QStringLiteral("#1"));
+        if (!p)
+            return;
+        const QStringList words = QString::fromLatin1(kLines[m_captionLine % 4]).split(QLatin1Char(' '));
+        QByteArray name = p->name.toUtf8();
+        if (++m_captionWords < words.size()) {
+            QByteArray text = words.mid(0, m_captionWords).join(QLatin1Char(' ')).toUtf8();
+            m_api.AddSentence(m_screen, 0, m_captionIndex, name.data(), text.data());
+            return;
+        }
+        QByteArray text = (words.join(QLatin1Char(' ')) + QLatin1Char('.')).toUtf8();
+        m_api.AddSentence(m_screen, 1, m_captionIndex, name.data(), text.data());
+        ++m_captionIndex;
+        ++m_captionLine;
+        m_captionWords = 0;
+    }
+
     void closeEvent(QCloseEvent* e) override
     {
         closeGallery();
@@ -610,6 +653,12 @@ private:
     bool m_whiteboard = false;
     bool m_localShare = false;
     bool m_roomMinimized = false;
+    bool m_subtitles = false;
+    QBasicTimer m_captionTimer;
+    Participant* m_captionSpeaker = nullptr; // participants are never freed while the host runs
+    int m_captionIndex = 1;
+    int m_captionLine = 0;
+    int m_captionWords = 0;
     GalleryArea* m_area = nullptr;
     StatusPanel* m_panel = nullptr;
 };
@@ -635,6 +684,8 @@ bool parseOptions(const QApplication& app, Options* o)
     const QCommandLineOption share(QStringLiteral("share"), QStringLiteral("The host shares a screen."));
     const QCommandLineOption extScreen(QStringLiteral("ext-screen"),
                                        QStringLiteral("Open the external-screen window on screen N."), QStringLiteral("N"));
+    const QCommandLineOption subtitles(QStringLiteral("subtitles"),
+                                       QStringLiteral("Live captions for whoever speaks."));
     const QCommandLineOption allVideo(QStringLiteral("all-video"),
                                       QStringLiteral("Everyone has joined with video (no invited participant)."));
     const QCommandLineOption scenario(QStringLiteral("scenario"),
@@ -663,13 +714,14 @@ bool parseOptions(const QApplication& app, Options* o)
     const QCommandLineOption clips(QStringLiteral("clips"),
                                    QStringLiteral("Where the participants' clips are made and kept."),
                                    QStringLiteral("DIR"), QCoreApplication::applicationDirPath() + QStringLiteral("/clips"));
-    p.addOptions({participants, mode, skin, share, extScreen, allVideo, scenario, script, control, screenshot, after, summary,
+    p.addOptions({participants, mode, skin, share, extScreen, subtitles, allVideo, scenario, script, control, screenshot, after, summary,
                   size, res, library, synthetic, clips});
     p.process(app);
     o->participants = qBound(1, p.value(participants).toInt(), 200);
     o->mode = p.value(mode).toInt();
     o->lightSkin = p.value(skin) == QLatin1String("light");
     o->share = p.isSet(share);
+    o->subtitles = p.isSet(subtitles);
     o->extScreen = p.isSet(extScreen) ? p.value(extScreen).toInt() : -1;
     o->allVideo = p.isSet(allVideo);
     o->scenario = p.isSet(scenario);
