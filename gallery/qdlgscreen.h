@@ -300,6 +300,8 @@ private:
     void putOnStage(tagPersonInfo* person);
     void releasePicInPic();
     bool hasShare() const; // a share record in this gallery's roster
+    tagPersonInfo* firstShare() const;
+    bool m_bShareScanDue = false; // a share arrived or left since m_pSharePerson was found
     void setPicInPicShown(bool bShow);
     void placeWhiteBoard(const QRect& rc);
     // The floating window shows with the stage layouts: 4 and 9.
@@ -344,7 +346,7 @@ private:
     std::atomic<CPlayWidget*> m_pExtTile{nullptr}; // its tile, for host threads
     QString m_qstrExtChosen;                     // the host's choice; empty: automatic
     tagPersonInfo* extChoice() const;
-    tagPersonInfo* m_pSharePerson = nullptr;     // share bookkeeping
+    tagPersonInfo* m_pSharePerson = nullptr;     // the roster's first share (NotifyShareWgtPos)
     int m_iPageIdx = 0;
     int m_iPicInPicPageIdx = 0;
     QPoint m_ptMoreMenu;                         // where the "more" menu was opened

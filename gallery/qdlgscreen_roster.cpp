@@ -78,8 +78,10 @@ void QDlgScreen::onModAddPerson(void* person)
     }
     if (!isOwnedPerson(p) || isHasPerson(p))
         return;
-    if (p->isShareScreen())
+    if (p->isShareScreen()) {
         m_pSharePerson = nullptr;
+        m_bShareScanDue = true;
+    }
 
     KXLOG << "AddMeetingPerson 0personSize: " << m_vecPerson.size();
     if (m_vecPerson.size() == 1) {
@@ -188,6 +190,7 @@ bool QDlgScreen::DelMeetingPerson(void* person)
     if (p == m_pExtSharePerson) {
         m_pExtSharePerson = nullptr;
         m_pSharePerson = nullptr;
+        m_bShareScanDue = true;
         forgetPerson(p);
         updateExtScreen();
         return true;
@@ -227,6 +230,7 @@ bool QDlgScreen::DelPerson(tagPersonInfo* p)
 
     if (p->isShareScreen()) {
         m_pSharePerson = nullptr;
+        m_bShareScanDue = true;
         cfg->m_bHasShare = false;
         cfg->setCurScreenMode(cfg->preScreenMode());
         m_pMaxPlayWnd = nullptr;
@@ -474,12 +478,15 @@ void QDlgScreen::releasePlayWidget()
     }
     m_vecPerson.clear();
     m_pExtSharePerson = nullptr;
+    m_pSharePerson = nullptr;
+    m_bShareScanDue = false;
 }
 
 void QDlgScreen::resetAll()
 {
     QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
     m_pSharePerson = nullptr;
+    m_bShareScanDue = false;
     m_pFocusPerson = nullptr;
     m_pPreFocusPerson = nullptr;
     m_pCurSelPlayWidget = nullptr;

@@ -308,32 +308,36 @@ QRect QDlgScreen::GetShareWgtPos() const
     // puts its whiteboard window. Otherwise the share's tile on the stage.
     if (m_pWhiteBoard->isVisible())
         return QRect(m_pWhiteBoard->mapToGlobal(QPoint(0, 0)), m_pWhiteBoard->size());
-    for (tagPersonInfo* p : m_vecPerson) {
-        // The tile first: only the few participants on screen have their ID compared.
-        if (p->pWidget && p->pWidget->isVisible() && !m_pPicInPic->isTile(p->pWidget) && p->isShareScreen())
-            return QRect(p->pWidget->mapToGlobal(QPoint(0, 0)), p->pWidget->size());
-    }
+    tagPersonInfo* share = m_bShareScanDue ? firstShare() : m_pSharePerson;
+    CPlayWidget* tile = share ? share->pWidget : nullptr;
+    if (tile && tile->isVisible() && !m_pPicInPic->isTile(tile))
+        return QRect(tile->mapToGlobal(QPoint(0, 0)), tile->size());
     return QRect();
+}
+
+tagPersonInfo* QDlgScreen::firstShare() const
+{
+    for (tagPersonInfo* p : m_vecPerson) {
+        if (p->isShareScreen())
+            return p;
+    }
+    return nullptr;
 }
 
 bool QDlgScreen::hasShare() const
 {
-    for (tagPersonInfo* p : m_vecPerson) {
-        if (p->isShareScreen())
-            return true;
-    }
-    return false;
+    return (m_bShareScanDue ? firstShare() : m_pSharePerson) != nullptr;
 }
 
 void QDlgScreen::NotifyShareWgtPos()
 {
-    m_pSharePerson = nullptr;
-    for (tagPersonInfo* p : qAsConst(m_vecPerson)) {
-        if (p->isShareScreen()) {
-            m_pSharePerson = p;
-            break;
-        }
-    }
+    // Looked for again only when a share arrived or left: a relayout that
+    // changes nothing reads no record (a large roster's records are far
+    // apart in memory, and each read is a cache miss).
+    if (!m_bShareScanDue)
+        return;
+    m_pSharePerson = firstShare();
+    m_bShareScanDue = false;
 }
 
 void QDlgScreen::CheckShareWgtPosChanged()

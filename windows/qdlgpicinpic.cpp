@@ -91,6 +91,13 @@ void QDlgPicInPic::dropPerson(tagPersonInfo* person)
 
 void QDlgPicInPic::clear()
 {
+    // Every relayout outside the stage layouts lets the window go: most of
+    // the time there is nothing to let go.
+    bool bBound = false;
+    for (CPlayWidget* t : qAsConst(m_tiles))
+        bBound = bBound || t->personInfo();
+    if (!bBound && m_others.isEmpty())
+        return;
     m_others.clear();
     m_pOne = nullptr;
     for (CPlayWidget* t : m_tiles) {
