@@ -110,7 +110,9 @@ public:
     bool m_bSubtitleOpen = false;
     QString m_qstrSeparator = QStringLiteral("@");
     bool m_bExtScreenShowing = false;
-    QWidget* m_pExtScreen = nullptr;         // external screen dialog while it exists
+    // The external-screen window while it is open; read by host threads
+    // (a share that arrives while it is open is kept for it).
+    std::atomic<QWidget*> m_pExtScreen{nullptr};
     QString m_extUserID;                     // participant shown on the external screen
     QString m_qstrAciveUserID;               // active speaker
     QString m_qstrShareWatermark;
