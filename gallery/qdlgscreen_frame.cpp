@@ -31,7 +31,17 @@ bool QDlgScreen::playFrame(void* person, KxCloudRTCVideoFrameQT* frame)
     // may remove this very participant, and the frame lock is held here.
     const int width = frame->width;
     const int height = frame->height;
-    postForPerson(p, [p, width, height]() { emit QKXScreenConfig::getInstance()->playFrameUpdateUI(p, width, height); });
+    // One follow-up waiting per participant is enough (it reads the record as
+    // it is then); frames faster than the interface thread would otherwise
+    // fill its queue without bound.
+    if (!p->bFrameNoticeQueued.exchange(true)) {
+        postForPerson(p, [p, width, height]() {
+            QKXScreenConfig* config = QKXScreenConfig::getInstance();
+            if (!config->testDelPerson(p, false))
+                p->bFrameNoticeQueued = false;
+            emit config->playFrameUpdateUI(p, width, height);
+        });
+    }
     CPlayWidget* tile = p->pWidget;
     // The external screen may show the same participant: the picture is
     // copied once, into the record, and both tiles draw it from there.

@@ -59,6 +59,7 @@ struct tagPersonInfo
     qint32 iVolume = 0;          // speaking level last reported by the host, 0..100
     qint32 iExtra = 0;           // host value, stored unchanged
     qint64 joinTime = 0;
+    std::atomic<bool> bFrameNoticeQueued{false}; // a frame's follow-up waits for the interface thread
     std::atomic<qint64> addTime{0}; // ms since epoch: creation, then last frame / stream tick
     bool bAttached = false;      // a tile has taken the record
     qint32 iNetLevel = 6;        // 1..6 quality, 0 unknown yet, -1 waiting abandoned

@@ -304,20 +304,31 @@ void CPlayWidget::fromAnyThread(void (CPlayWidget::*signal)())
 {
     // On the interface thread the notice is handled at once; from a host
     // thread it is queued to the interface thread, where the tile lives.
-    if (kxsync::onInterfaceThread())
+    // One notice waiting is enough: it draws the newest picture when it runs.
+    // A host that hands over frames faster than the interface thread turns
+    // would otherwise grow the queue without bound.
+    if (kxsync::onInterfaceThread()) {
         (this->*signal)();
-    else
-        kxsync::post(this, [this, signal]() { (this->*signal)(); });
+    } else if (!m_bNoticeQueued.exchange(true)) {
+        kxsync::post(this, [this, signal]() {
+            m_bNoticeQueued = false;
+            (this->*signal)();
+        });
+    }
 }
 
 void CPlayWidget::fromAnyThread(void (CPlayWidget::*signal)(int, int))
 {
     // The size is the tile's own when the notice is handled: onViewCenter
     // reads width() and height() itself.
-    if (kxsync::onInterfaceThread())
+    if (kxsync::onInterfaceThread()) {
         (this->*signal)(width(), height());
-    else
-        kxsync::post(this, [this, signal]() { (this->*signal)(width(), height()); });
+    } else if (!m_bSizeNoticeQueued.exchange(true)) {
+        kxsync::post(this, [this, signal]() {
+            m_bSizeNoticeQueued = false;
+            (this->*signal)(width(), height());
+        });
+    }
 }
 
 // ---------------------------------------------------------------------------

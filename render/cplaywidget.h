@@ -155,6 +155,9 @@ private:
     const tagPersonInfo* m_pPaintedPerson = nullptr;
     bool m_bNewPicture = false;
     QSize m_sharedSize; // picture size last centred for by showSharedPicture
+    // A notice from a host thread is waiting in the queue (fromAnyThread).
+    std::atomic<bool> m_bNoticeQueued{false};
+    std::atomic<bool> m_bSizeNoticeQueued{false};
 };
 
 #endif
