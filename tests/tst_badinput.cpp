@@ -79,6 +79,7 @@ private slots:
         };
         QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
         const Export exports[] = {
+            {"Release", [](void* h, void*) { KXScreen_Release(h); return qint64(0); }, 0},
             {"SetParent", [this](void* h, void*) { return qint64(KXScreen_SetParent(h, &g->parent)); }, 0},
             {"AddPerson", [](void* h, void*) { return qint64(quintptr(KXScreen_AddPerson(h, g_id.data(), g_id.data(), g_name.data(), 5, 0, nullptr, 1))); }, 0},
             {"DelPerson", [](void* h, void* p) { return qint64(KXScreen_DelPerson(h, p)); }, 1},
@@ -137,8 +138,11 @@ private slots:
             {"garbage", reinterpret_cast<void*>(~quintptr(0) - 15)}, {"the module handle", g->h}, {"released", m_gone},
             {"another gallery's", m_other->handles.at(0)}};
         for (const Export& e : exports) {
-            for (const auto& s : screens)
-                QTest::addRow("%s, %s module handle", e.name, s.first) << e.call << quintptr(s.second) << quintptr(m_alice) << e.answer << QString();
+            for (const auto& s : screens) { // a release names a handle it does not know
+                const bool named = qstrcmp(e.name, "Release") == 0 && (s.second == &m_forgedScreen || s.second == m_released);
+                QTest::addRow("%s, %s module handle", e.name, s.first) << e.call << quintptr(s.second) << quintptr(m_alice) << e.answer
+                                                                      << (named ? QString::asprintf("[ScreenMod]KXScreen_Release unknown handle: %p", s.second) : QString());
+            }
             for (int k = 0; e.play && k < 9; ++k) {
                 const QString line = k == 0 ? QStringLiteral("hPlay == nullptr")
                                      : (k == 7 && e.play == 2) ? QStringLiteral("iter != pScreen->mapHadDelPlay.end()") : unreadable;
@@ -169,21 +173,6 @@ private slots:
             QCOMPARE(state(), before);
         }
         QVERIFY(isValidScreenHandle(g->h));
-    }
-
-    void releaseWithBadHandles()
-    {
-        ExpectLog log;
-        const QString before = state();
-        KXScreen_Release(nullptr);
-        for (void* h : {static_cast<void*>(&m_forgedScreen), m_released}) {
-            QTest::ignoreMessage(QtDebugMsg, qPrintable(QStringLiteral("[ScreenMod]KXScreen_Release unknown handle: ") + QString::asprintf("%p", h)));
-            KXScreen_Release(h);
-        }
-        KXScreen_Release(m_alice);
-        settle();
-        QVERIFY(isValidScreenHandle(g->h));
-        QCOMPARE(state(), before);
     }
 
     void nullStringsAndImages()
@@ -242,15 +231,11 @@ private slots:
         QTest::addColumn<int>("length");   // bytes that exist and are declared; -1: a few
         QTest::addColumn<QString>("reason"); // empty: taken
         QTest::newRow("zero width") << 0 << 36 << false << -1 << "width not positive";
-        QTest::newRow("zero both") << 0 << 0 << false << -1 << "width not positive";
         QTest::newRow("negative height") << 64 << -36 << false << -1 << "height not positive";
         QTest::newRow("most negative") << INT_MIN << INT_MIN << false << -1 << "width not positive";
         QTest::newRow("46341 square") << 46341 << 46341 << false << -1 << "side above 16384 pixels";
-        QTest::newRow("int max square") << INT_MAX << INT_MAX << false << -1 << "side above 16384 pixels";
         QTest::newRow("one huge row") << INT_MAX << 1 << false << -1 << "side above 16384 pixels";
-        QTest::newRow("32767 square") << 32767 << 32767 << false << -1 << "side above 16384 pixels";
         QTest::newRow("null data") << 64 << 36 << true << -1 << "null data";
-        QTest::newRow("null data, zero size") << 0 << 0 << true << -1 << "null data";
         QTest::newRow("1920x1080 over 64 bytes") << 1920 << 1080 << false << 64 << "length smaller than the picture";
         QTest::newRow("63x35 one byte short") << 63 << 35 << false << 63 * 35 + 2 * 32 * 18 - 1 << "length smaller than the picture";
         QTest::newRow("odd 63x35") << 63 << 35 << false << 0 << "";
@@ -340,11 +325,11 @@ private slots:
         // The ordering moves a participant one step before or after another:
         // at the ends of the 64-bit range it must stop, not wrap.
         Gallery x(QSize(640, 360), 0, true, 1);
-        QByteArray first("first"), last("last"), off("off"), on("on");
-        void* pFirst = KXScreen_AddPerson(x.h, first.data(), first.data(), first.data(), LLONG_MIN, 0, nullptr, 1);
-        void* pLast = KXScreen_AddPerson(x.h, last.data(), last.data(), last.data(), LLONG_MAX, 0, nullptr, 1);
-        void* pOff = KXScreen_AddPerson(x.h, off.data(), off.data(), off.data(), 5, 0, nullptr, 1);
-        void* pOn = KXScreen_AddPerson(x.h, on.data(), on.data(), on.data(), 6, 0, nullptr, 1);
+        auto add = [&](QByteArray id, qint64 join) { return KXScreen_AddPerson(x.h, id.data(), id.data(), id.data(), join, 0, nullptr, 1); };
+        add("first", LLONG_MIN);
+        void* pLast = add("last", LLONG_MAX);
+        void* pOff = add("off", 5);
+        void* pOn = add("on", 6);
         Frame f(64, 36);
         auto frame = [&](void* p) { onHostThread([&]() { return KXScreen_PlayFrame(x.h, p, &f.rec); }); pump(); };
         auto reorder = [&]() { KXScreen_FocusByUserID(x.h, const_cast<char*>("")); settle(); };
@@ -363,7 +348,6 @@ private slots:
         reorder();
         const QVector<tagPersonInfo*> order = x.screen()->persons();
         QVERIFY(order.indexOf(recordOf(pLast)) < order.indexOf(recordOf(pOn)));
-        QVERIFY(order.indexOf(recordOf(pOff)) < order.indexOf(recordOf(pFirst)) || recordOf(pOff)->joinTime == LLONG_MIN);
     }
 
     void implausibleScaleFactors_data()
@@ -403,7 +387,8 @@ private slots:
 
     void dump_data()
     {
-        // The every-frame dump with hostile names, and lengths that say more
+        // The every-frame dump (the settings read on the thread Init starts
+        // turn it on) with hostile names, and lengths that say more
         // or less than the picture holds (the length is only for the dump).
         QTest::addColumn<QByteArray>("id");
         QTest::addColumn<QByteArray>("name");
@@ -434,18 +419,19 @@ private slots:
         const QString base = root.path() + '/' + baseName;
         QVERIFY(prepareDumpBase(base));
         QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
-        Frame f(34, 18, 99);
-        f.rec.length = length ? length : f.rec.length;
+        Frame earlier(34, 18, 7), f(34, 18, 99);
+        earlier.rec.length = f.rec.length = length ? length : f.rec.length;
         {
             Gallery x(QSize(320, 180), 0, true, 1, base.toUtf8());
             QTRY_VERIFY(cfg->cacheEveryFrame());
             void* p = KXScreen_AddPerson(x.h, id.data(), id.data(), name.data(), 1, 0, nullptr, 1);
-            onHostThread([&]() { return KXScreen_PlayFrame(x.h, p, &f.rec); });
+            onHostThread([&]() { return KXScreen_PlayFrame(x.h, p, &earlier.rec) + KXScreen_PlayFrame(x.h, p, &f.rec); });
         }
         cfg->setBaseDir(QString());
         cfg->loadSettingsNow();
         // Exactly one file under the scratch root, in the dump directory,
-        // holding the picture and nothing read past it.
+        // holding the last picture (one file per participant and size) and
+        // nothing read past it.
         QStringList files;
         QDirIterator it(root.path(), QDir::Files | QDir::Hidden | QDir::System, QDirIterator::Subdirectories);
         while (it.hasNext())
