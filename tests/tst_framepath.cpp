@@ -27,22 +27,34 @@ private slots:
     void initTestCase() { QVERIFY(moduleLogOn()); }
     void pixelsFromAHostThread()
     {
+        // Also after the host moves the gallery into another window, or into
+        // none: the tiles' GL contexts are replaced and the tiles go on drawing
+        // (a tile with objects of a lost context cannot link its shaders).
         Gallery g(QSize(1280, 720), 1);
-        CPlayWidget* tile = g.rec(0)->pWidget;
-        QVERIFY(tile && tile->isVisible());
-        tile->playInfo()->hide(); // every sampled pixel is video
-        const int painted = tile->paintedFrames();
+        QWidget second;
+        second.resize(1320, 760);
+        second.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&second));
         Frame f = Frame::blocks(1280, 720);
-        // A freshly placed tile ignores frames for a moment; the host keeps sending.
-        QTRY_VERIFY((onHostThread([&]() { return KXScreen_PlayFrame(g.h, g.handles.at(0), &f.rec); }),
-                     tile->paintedFrames() > painted));
-        QCOMPARE(tile->videoRect(), QRect(0, 0, 1281, 721));
-        const QImage img = tile->grabFramebuffer();
-        for (int b = 0; b < 6; ++b) {
-            const QColor got = img.pixelColor(img.width() * (2 * b + 1) / 12, img.height() * 3 / 4);
-            QVERIFY2(near(got, Frame::blockColour(b)), qPrintable(QStringLiteral("block %1 is %2").arg(b).arg(got.name())));
+        for (QWidget* parent : {&g.parent, &second, static_cast<QWidget*>(nullptr), &g.parent}) {
+            QCOMPARE(KXScreen_SetParent(g.h, parent), 1);
+            KXScreen_MoveWindow(g.h, QRect(0, 0, 1280, 720), KXSCREEN_MOVE_SHOW);
+            pump();
+            CPlayWidget* tile = g.rec(0)->pWidget;
+            QVERIFY(tile && tile->isVisible());
+            tile->playInfo()->hide(); // every sampled pixel is video
+            const int painted = tile->paintedFrames();
+            // A freshly placed tile ignores frames for a moment; the host keeps sending.
+            QTRY_VERIFY((onHostThread([&]() { return KXScreen_PlayFrame(g.h, g.handles.at(0), &f.rec); }),
+                         tile->paintedFrames() > painted));
+            QCOMPARE(tile->videoRect(), QRect(0, 0, 1281, 721));
+            const QImage img = tile->grabFramebuffer();
+            for (int b = 0; b < 6; ++b) {
+                const QColor got = img.pixelColor(img.width() * (2 * b + 1) / 12, img.height() * 3 / 4);
+                QVERIFY2(near(got, Frame::blockColour(b)), qPrintable(QStringLiteral("block %1 is %2").arg(b).arg(got.name())));
+            }
+            QVERIFY(near(img.pixelColor(img.width() * 9 / 12, img.height() / 32), Qt::white)); // upright
         }
-        QVERIFY(near(img.pixelColor(img.width() * 9 / 12, img.height() / 32), Qt::white)); // upright
     }
 
     void copyHoldsTheFrameLock()

@@ -541,43 +541,6 @@ private slots:
                 emit t->notifyViewCenter(t->width(), t->height()); // what a frame queued before the removal does
         }
     }
-
-    void movedToAnotherWindow()
-    {
-        // The host moves the gallery into another window, or into none, while
-        // video plays: the tiles' GL contexts are replaced and the tiles go on
-        // drawing (a tile with objects of a lost context cannot link its shaders).
-        static int glFailures = 0;
-        static QtMessageHandler previous = qInstallMessageHandler([](QtMsgType t, const QMessageLogContext& c, const QString& m) {
-            if (m.contains("shader program is not linked") || m.contains("QOpenGLTexture"))
-                ++glFailures;
-            previous(t, c, m);
-        });
-        QWidget second;
-        second.resize(800, 450);
-        second.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&second));
-        for (bool toOwnWindow : {false, true}) {
-            Gallery g(QSize(800, 450), 2);
-            const Frame frame(128, 72, 90);
-            auto paints = [&]() {
-                CPlayWidget* tile = g.rec(0)->pWidget;
-                const int before = tile->paintedFrames();
-                return QTest::qWaitFor([&]() { allFrames(g.h, g.handles, frame); return tile->paintedFrames() > before; }, 5000);
-            };
-            QVERIFY(paints());
-            for (int round = 0; round < 2; ++round) {
-                QCOMPARE(KXScreen_SetParent(g.h, toOwnWindow ? nullptr : (round == 0 ? &second : &g.parent)), 1);
-                pump();
-                KXScreen_MoveWindow(g.h, QRect(0, 0, 640, 360), KXSCREEN_MOVE_SHOW);
-                QVERIFY(paints());
-                if (toOwnWindow)
-                    QCOMPARE(KXScreen_SetParent(g.h, &g.parent), 1);
-            }
-        }
-        qInstallMessageHandler(previous);
-        QCOMPARE(glFailures, 0);
-    }
 };
 
 QTEST_MAIN(TstLifecycle)
