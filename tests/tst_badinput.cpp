@@ -432,10 +432,10 @@ QString TstBadInput::state() const
         const quint16 picture = p->m_pBufYuv420p ? qChecksum(reinterpret_cast<const char*>(p->m_pBufYuv420p),
                                                              uint((p->iWidth & ~7) * p->iHeight)) : 0;
         s << QStringLiteral("%1 %2 %3%4%5%6%7%8%9").arg(quintptr(p)).arg(p->userID, p->userName).arg(p->bSelf).arg(p->bMute)
-                 .arg(p->bHasMic).arg(p->bPreview).arg(p->bAllLook).arg(p->bLockLook).arg(p->bNetWeak)
+                 .arg(p->bHasMic).arg(p->bPreview).arg(p->bAllLook).arg(p->bLockLook)
              + QStringLiteral(" %1 %2 %3 %4 %5 %6 %7x%8 %9").arg(p->iRoleType).arg(p->iVolume).arg(p->iNetLevel).arg(p->m_iStatus)
                    .arg(p->iStreamType).arg(p->eStreamStatus).arg(p->iWidth).arg(p->iHeight).arg(p->headImage.cacheKey())
-             + QStringLiteral(" %1 %2").arg(quintptr(static_cast<CPlayWidget*>(p->pWidget))).arg(picture);
+             + QStringLiteral(" %1 %2 %3").arg(quintptr(static_cast<CPlayWidget*>(p->pWidget))).arg(picture).arg(p->bNetWeak);
     }
     int notices = 0;
     for (const HostMsg& m : g->host().all()) // video stop and start come from timers
