@@ -1,23 +1,17 @@
 #include "kxfuzzdriver.h"
 #include "kxinvariants.h"
 
-#include "cplaywidget.h"
 #include "kxscreenhandle.h"
 #include "kxscreeninternal.h"
 #include "kxscreenmod2.h"
-#include "personinfo.h"
 #include "platform.h"
 #include "qdlgmain.h"
-#include "qdlgscreen.h"
-#include "qkxscreenconfig.h"
 
 #include <QCoreApplication>
-#include <QHash>
 #include <QImage>
-#include <QSet>
 #include <QWidget>
-#include <climits>
 #include <algorithm>
+#include <climits>
 #include <cstring>
 #include <stdexcept>
 #include <thread>
@@ -85,6 +79,7 @@ struct Meeting
         if (it != live.end())
             live.erase(it), dead.push_back(p);
     }
+    QDlgScreen* screen() const { return static_cast<KXScreenHandle*>(h)->pMainDlg->GetDlgScreenPtr(); }
     // The gallery is released: every handle it gave is dead.
     void end()
     {
@@ -103,40 +98,29 @@ int hostFunction(unsigned int msg, uint64_t w, uint64_t)
     Meeting* m = g_meeting;
     if (!m || m->reentries > 64)
         return 0;
+    if (m->callbackMode == 3)
+        throw std::runtime_error("host function fails");
     const bool namesRecord = (msg >= 2 && msg <= 4) || msg == 0 || msg == 16 || msg == 17 || msg == 18 || msg == 24;
+    if (!m->hLive || (m->callbackMode <= 2 && !namesRecord))
+        return 0;
+    void* p = m->handleOf.value(quintptr(w));
     switch (m->callbackMode) {
     case 1: // reads and an update about the participant named
-        if (namesRecord && m->hLive) {
-            ++m->reentries;
-            KXScreen_GetAllLookUserID(m->h);
-            KXScreen_GetShareWgtPos(m->h);
-            if (void* p = m->handleOf.value(quintptr(w)))
-                KXScreen_SetMute(m->h, p, 1);
-        }
+        ++m->reentries;
+        KXScreen_GetAllLookUserID(m->h);
+        KXScreen_GetShareWgtPos(m->h);
+        if (p)
+            KXScreen_SetMute(m->h, p, 1);
         break;
     case 2: // the participant named is removed
-        if (namesRecord && m->hLive) {
-            void* p = m->handleOf.value(quintptr(w));
-            if (p && kxplatform::isReadable(p, sizeof(ST_KXPlayHdl))) {
-                ++m->reentries;
-                if (KXScreen_DelPerson(m->h, p) == 1)
-                    m->removed(p);
-            }
-        }
+        if (p && kxplatform::isReadable(p, sizeof(ST_KXPlayHdl)) && ++m->reentries && KXScreen_DelPerson(m->h, p) == 1)
+            m->removed(p);
         break;
-    case 3:
-        throw std::runtime_error("host function fails");
     case 4: // the meeting ends inside the notification
-        if (m->hLive)
-            ++m->reentries, m->end();
+        ++m->reentries, m->end();
         break;
     case 5: // a relayout
-        if (m->hLive) {
-            ++m->reentries;
-            KXScreen_SetCurMode(m->h, int(msg % 9) + 1);
-        }
-        break;
-    default:
+        ++m->reentries, KXScreen_SetCurMode(m->h, int(msg % 9) + 1);
         break;
     }
     return 0;
@@ -147,7 +131,7 @@ void pumpAndCheck(Meeting& m)
     QCoreApplication::sendPostedEvents();
     QCoreApplication::processEvents();
     if (m.broken.isEmpty() && m.hLive)
-        m.broken = kxtest::checkGallery(m.h ? static_cast<KXScreenHandle*>(m.h)->pMainDlg->GetDlgScreenPtr() : nullptr);
+        m.broken = kxtest::checkGallery(m.screen());
 }
 
 class Player
@@ -157,25 +141,22 @@ public:
 
     void* screen()
     {
-        switch (in.u8() % 10) {
-        case 0: return nullptr;
-        case 1: return m.released;
-        case 2: return &m.fakeScreen;
-        case 3: return reinterpret_cast<void*>(quintptr(0x40));
-        default: return m.h;
-        }
+        void* const bad[] = {nullptr, m.released, &m.fakeScreen, reinterpret_cast<void*>(quintptr(0x40))};
+        const int k = in.u8() % 10;
+        return k < 4 ? bad[k] : m.h;
     }
 
+    // One of the handles in v (a byte read only when there is one to pick).
+    void* pick(const std::vector<void*>& v) { return v.empty() ? nullptr : v[in.u8() % v.size()]; }
     void* play()
     {
-        const uint8_t k = in.u8();
-        switch (k % 8) {
+        switch (in.u8() % 8) {
         case 0: return nullptr;
-        case 1: return m.dead.empty() ? nullptr : m.dead[in.u8() % m.dead.size()];
+        case 1: return pick(m.dead);
         case 2: return &m.fakePlay;
-        case 3: return m.records.empty() ? nullptr : m.records[in.u8() % m.records.size()];
+        case 3: return pick(m.records);
         case 4: return reinterpret_cast<void*>(~quintptr(0) - 3);
-        default: return m.live.empty() ? nullptr : m.live[in.u8() % m.live.size()];
+        default: return pick(m.live);
         }
     }
 
@@ -191,8 +172,7 @@ public:
         QImage img;
         if (side > 0) {
             img = QImage(side, side, QImage::Format_RGB32);
-            const uint32_t rgb = in.u32();
-            img.fill(QColor::fromRgb(rgb));
+            img.fill(QColor::fromRgb(in.u32()));
         }
         return img;
     }
@@ -206,8 +186,7 @@ public:
     {
         KxCloudRTCVideoFrameQT f{};
         std::vector<uint8_t> pixels;
-        int w = 0;
-        int hgt = 0;
+        int w = 0, hgt = 0;
         const int kind = in.u8() % 6;
         const int r1 = in.i16();
         const int r2 = in.i16();
@@ -276,34 +255,15 @@ public:
             }
             break;
         }
-        case 3: {
-            void* p = play();
-            const int r = KXScreen_DelPerson(h, p);
-            if (r == 1)
-                m.removed(p);
-            break;
-        }
-        case 4: case 5: case 6: {
-            void* p = play();
-            frame(h, p);
-            break;
-        }
-        case 7: {
-            void* p = play();
-            KXScreen_SetMute(h, p, k - 1);
-            break;
-        }
+        case 3: { void* p = play(); if (KXScreen_DelPerson(h, p) == 1) m.removed(p); break; }
+        case 4: case 5: case 6: { void* p = play(); frame(h, p); break; }
+        case 7: { void* p = play(); KXScreen_SetMute(h, p, k - 1); break; }
         case 8: { void* p = play(); KXScreen_SetHasMic(h, p, f1); break; }
         case 9: { void* p = play(); KXScreen_SetPersonInfo(h, p, f1, k % 4, nullB ? nullptr : strArg); break; }
         case 10: { void* p = play(); KXScreen_SetVolume(h, p, f1 ? k : -k * 1000003); break; }
         case 11: { void* p = play(); KXScreen_MoreInHide(h, p); break; }
         case 12: KXScreen_FocusByUserID(h, nullA ? nullptr : idArg); break;
-        case 13:
-            if (f1)
-                KXScreen_SetVoiceActivateByUserID(h, nullA ? nullptr : idArg);
-            else
-                KXScreen_CancelVoiceActivate(h);
-            break;
+        case 13: f1 ? KXScreen_SetVoiceActivateByUserID(h, nullA ? nullptr : idArg) : KXScreen_CancelVoiceActivate(h); break;
         case 14: {
             QByteArray list = a + ',' + b + ',' + QByteArray(kIDs[k % (sizeof kIDs / sizeof *kIDs)]);
             KXScreen_SetCurSpeakPerson(h, nullB ? nullptr : list.data());
@@ -334,8 +294,7 @@ public:
             // Scale factors as the host's doubles, any bit pattern.
             const uint64_t b1 = uint64_t(in.i64());
             const uint64_t b2 = uint64_t(in.i64());
-            double d1 = 0;
-            double d2 = 0;
+            double d1 = 0, d2 = 0;
             std::memcpy(&d1, &b1, sizeof d1);
             std::memcpy(&d2, &b2, sizeof d2);
             if (f1) {
@@ -352,10 +311,7 @@ public:
         case 23: {
             void* p = play();
             const QImage img = image();
-            if (f1)
-                KXScreen_SetPersonHeadImg(h, p, f2 ? nullptr : &img);
-            else
-                KXScreen_SetUnjoinedPersonInfo(h, p, nullB ? nullptr : strArg, k - 2, img);
+            f1 ? KXScreen_SetPersonHeadImg(h, p, f2 ? nullptr : &img) : KXScreen_SetUnjoinedPersonInfo(h, p, nullB ? nullptr : strArg, k - 2, img);
             break;
         }
         case 24:
@@ -369,14 +325,7 @@ public:
             break;
         case 25: KXScreen_JoinMeetingFinish(h); break;
         case 26: KXScreen_ShowPicInPic(h, f1); break;
-        case 27:
-            if (f1) {
-                KXScreen_ChangeShowPage(h, f2);
-            } else {
-                void* p = play();
-                KXScreen_SetDefStreamType(h, p);
-            }
-            break;
+        case 27: f1 ? KXScreen_ChangeShowPage(h, f2) : KXScreen_SetDefStreamType(h, play()); break;
         case 28: {
             const int x = in.i16() % 2000;
             const int y = in.i16() % 2000;
@@ -385,16 +334,9 @@ public:
             KXScreen_MoveWindow(h, QRect(x, y, w, hh), k % 4);
             break;
         }
-        case 29:
-            if (f1)
-                KXScreen_SetMeetingRoomMinimized(h, f2);
-            else
-                KXScreen_SetIsNewSkin(h, f2);
-            break;
+        case 29: f1 ? KXScreen_SetMeetingRoomMinimized(h, f2) : KXScreen_SetIsNewSkin(h, f2); break;
         case 30: KXScreen_SetParent(h, f1 ? m.host : nullptr); break;
-        default:
-            m.callbackMode = k % 6;
-            break;
+        default: m.callbackMode = k % 6; break;
         }
     }
 
@@ -417,14 +359,8 @@ public:
                         call(o, true);
                 });
                 t.join();
-            } else if (op >= 216) {
-                // The meeting ends, or a new one starts.
-                if (m.hLive) {
-                    m.end();
-                } else {
-                    m.h = KXScreen_Init(m.host, "", hostFunction);
-                    m.hLive = m.h != nullptr;
-                }
+            } else if (op >= 216) { // the meeting ends, or a new one starts
+                m.hLive ? m.end() : void(m.hLive = (m.h = KXScreen_Init(m.host, "", hostFunction)) != nullptr);
             } else {
                 call(op, false);
             }
@@ -466,15 +402,12 @@ QString runOne(const uint8_t* data, size_t size)
     pumpAndCheck(m);
     if (m.broken.isEmpty() && m.hLive) {
         // Drained: the roster holds exactly the participants added and not removed.
-        QDlgScreen* s = static_cast<KXScreenHandle*>(m.h)->pMainDlg->GetDlgScreenPtr();
         QSet<tagPersonInfo*> expected;
         for (void* p : m.live)
             expected.insert(static_cast<ST_KXPlayHdl*>(p)->pPlayData);
-        const QSet<tagPersonInfo*> actual(s->persons().begin(), s->persons().end());
+        const QSet<tagPersonInfo*> actual(m.screen()->persons().begin(), m.screen()->persons().end());
         if (expected != actual)
-            m.broken = QStringLiteral("roster holds %1 participants, %2 were added and not removed")
-                           .arg(actual.size())
-                           .arg(expected.size());
+            m.broken = QStringLiteral("roster holds %1 participants, %2 were added and not removed").arg(actual.size()).arg(expected.size());
     }
     if (m.hLive)
         KXScreen_Release(m.h);

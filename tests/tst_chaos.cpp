@@ -2,11 +2,7 @@
 // live, released and never-issued handles, while the interface thread pumps,
 // moves the gallery, makes interface calls and checks the controller.
 //
-// A run is rounds of 4 x kRoundOps calls. Even rounds are played in lockstep:
-// a seeded schedule hands one turn at a time to a host thread or to the
-// interface thread, so the interleaving follows from the seed and the frame
-// path is checked exactly (an accepted frame is in its participant's buffer, a
-// refused one had nowhere to go). Odd rounds run the threads freely. After
+// A run is rounds of 4 x kRoundOps calls, the threads running freely. After
 // every round the queue is drained and the roster must hold exactly the
 // participants added and not removed.
 //
@@ -18,7 +14,6 @@
 #include <QDateTime>
 #include <algorithm>
 #include <climits>
-#include <condition_variable>
 #include <mutex>
 
 using namespace kxtest;
@@ -26,7 +21,6 @@ using namespace kxtest;
 namespace {
 
 constexpr int kHosts = 4;
-constexpr int kUiTurn = kHosts; // the interface thread's number in the lockstep schedule
 constexpr int kRoundOps = 48;
 
 // splitmix64: the same numbers on every platform and library.
@@ -59,54 +53,6 @@ int chaosHost(unsigned int msg, uint64_t w, uint64_t)
     return 0;
 }
 
-// Lockstep turns: the seed picks who runs next among the host threads with
-// calls left in this round and the interface thread.
-class Turns
-{
-public:
-    explicit Turns(quint64 seed) : m_rng{seed} {}
-    void startRound()
-    {
-        std::lock_guard<std::mutex> l(m_m);
-        std::fill(m_active, m_active + kHosts, true);
-        m_turn = pick();
-    }
-    void wait(int who)
-    {
-        std::unique_lock<std::mutex> l(m_m);
-        m_cv.wait(l, [&] { return m_turn == who; });
-    }
-    void pass(int who, bool finished)
-    {
-        std::lock_guard<std::mutex> l(m_m);
-        if (finished && who < kHosts)
-            m_active[who] = false;
-        m_turn = pick();
-        m_cv.notify_all();
-    }
-    bool hostsDone()
-    {
-        std::lock_guard<std::mutex> l(m_m);
-        return std::none_of(m_active, m_active + kHosts, [](bool a) { return a; });
-    }
-
-private:
-    int pick()
-    {
-        int c[kHosts + 1], n = 0;
-        for (int i = 0; i < kHosts; ++i)
-            if (m_active[i])
-                c[n++] = i;
-        c[n++] = kUiTurn;
-        return c[m_rng.below(n)];
-    }
-    std::mutex m_m;
-    std::condition_variable m_cv;
-    bool m_active[kHosts] = {};
-    int m_turn = -1;
-    Rng m_rng;
-};
-
 // What one seeded run shares between its threads, and what the test believes
 // the module holds.
 struct Run
@@ -115,7 +61,6 @@ struct Run
     void* h = nullptr;
     void* releasedScreen = nullptr;
     int round = 0;
-    bool lockstep = false;
     KXScreenHandle fakeScreen;
     ST_KXPlayHdl fakePlay[2];
     tagPersonInfo fakeRecord;
@@ -131,7 +76,7 @@ struct Run
     {
         std::lock_guard<std::mutex> l(lock);
         if (failures.size() < 20)
-            failures << QStringLiteral("seed=%1 round=%2 (%3): %4").arg(seed).arg(round).arg(lockstep ? "lockstep" : "free", what);
+            failures << QStringLiteral("seed=%1 round=%2: %3").arg(seed).arg(round).arg(what);
         failed = true;
     }
     void added(void* p)
@@ -163,18 +108,12 @@ struct Run
 class HostThread
 {
 public:
-    HostThread(Run& run, int index, quint64 seed) : m(run), m_index(index), r{seed}, m_pixels(648 * 488 * 2) {}
+    HostThread(Run& run, quint64 seed) : m(run), r{seed}, m_pixels(648 * 488 * 2) {}
 
-    void runRound(Turns* turns)
+    void runRound()
     {
-        for (int k = 0; k < kRoundOps; ++k) {
-            if (turns)
-                turns->wait(m_index);
-            if (!m.failed)
-                oneCall();
-            if (turns)
-                turns->pass(m_index, k == kRoundOps - 1);
-        }
+        for (int k = 0; k < kRoundOps && !m.failed; ++k)
+            oneCall();
     }
 
 private:
@@ -191,17 +130,15 @@ private:
     // A per-participant call with a play handle of a random kind: live (75 %),
     // released (13 %, used under the lock so it cannot be reissued meanwhile)
     // or never issued; the answer is checked where it is certain.
-    template <typename F> void withPlay(const char* what, F call, bool mayRefuse = false)
+    template <typename F> void withPlay(const char* what, F call)
     {
         const bool isDel = qstrcmp(what, "DelPerson") == 0;
         bool good = false;
         void* h = screen(&good);
         const int kind = isDel ? 75 + r.below(25) : r.below(100); // live ones are claimed first (delPerson)
         if (kind < 75) {
-            void* p = m.anyLive(r);
-            const int res = call(h, p);
-            if ((!good && res) || (m.lockstep && good && p && !mayRefuse && res != 1))
-                m.fail(QStringLiteral("%1, live play handle, %2 module handle: %3").arg(what, good ? "live" : "bad").arg(res));
+            if (call(h, m.anyLive(r)) && !good)
+                m.fail(QStringLiteral("%1 with a live play handle took a bad module handle").arg(what));
             return;
         }
         if (kind >= 88) {
@@ -221,7 +158,7 @@ private:
         if (p && call(h, p) != 0) {
             // Only a DelPerson can find the address live again: reissued to a
             // thread that has not recorded it yet.
-            if (isDel && good && !m.lockstep)
+            if (isDel && good)
                 ++m.preempted[p];
             else
                 l.unlock(), m.fail(QStringLiteral("%1 took a released play handle").arg(what));
@@ -338,23 +275,10 @@ private:
                 m.fail(QStringLiteral("a refused %1x%2 frame was taken").arg(w).arg(hgt));
             return res;
         };
-        void* p = m.lockstep && r.chance(75) ? m.anyLive(r) : nullptr;
-        if (!p)
-            return withPlay("PlayFrame", play, true);
-        // Lockstep with a live handle: nothing else runs, so check exactly.
-        const int res = play(m.h, p);
-        tagPersonInfo* rec = recordOf(p);
-        const bool ownTile = rec->pWidget && rec->pWidget->personInfo() == rec;
-        if (valid && res && !ownTile)
-            m.fail("a frame was taken for a participant without its own tile");
-        else if (valid && res && w >= 8 && (rec->iWidth != w || rec->iHeight != hgt || rec->m_pBufYuv420p[0] != tag))
-            m.fail(QStringLiteral("an accepted %1x%2 frame is not in its participant's buffer").arg(w).arg(hgt));
-        else if (valid && !res && ownTile && rec->bPreview && controllerOf(m.h)->persons().contains(rec))
-            m.fail(QStringLiteral("frame lost: %1 has a tile and video on").arg(rec->userName));
+        withPlay("PlayFrame", play);
     }
 
     Run& m;
-    int m_index;
     Rng r;
     std::vector<uint8_t> m_pixels;
 };
@@ -404,10 +328,9 @@ void TstChaos::runSeed(quint64 seed, int ops)
     QDlgScreen* s = controllerOf(run.h);
     run.fakePlay[0].pPlayData = &run.fakeRecord;
     Rng ui{seed ^ 0x5555};
-    Turns turns(seed ^ 0xaaaa);
     std::vector<std::unique_ptr<HostThread>> hosts;
     for (int t = 0; t < kHosts; ++t)
-        hosts.emplace_back(new HostThread(run, t, seed * 31 + quint64(t) + 1));
+        hosts.emplace_back(new HostThread(run, seed * 31 + quint64(t) + 1));
     auto check = [&](const char* when) {
         const QString broken = checkGallery(s);
         if (!broken.isEmpty() || g_stale.load())
@@ -457,25 +380,15 @@ void TstChaos::runSeed(quint64 seed, int ops)
 
     const int rounds = qMax(1, ops / (kHosts * kRoundOps));
     for (run.round = 0; run.round < rounds && !run.failed; ++run.round) {
-        run.lockstep = run.round % 2 == 0;
         std::vector<std::thread> threads;
         std::atomic<int> done{0};
-        if (run.lockstep)
-            turns.startRound();
         for (auto& t : hosts)
-            threads.emplace_back([&t, &turns, &run, &done]() {
-                t->runRound(run.lockstep ? &turns : nullptr);
+            threads.emplace_back([&t, &done]() {
+                t->runRound();
                 ++done;
             });
-        if (run.lockstep) {
-            for (turns.wait(kUiTurn); !turns.hostsDone(); turns.wait(kUiTurn)) {
-                uiStep();
-                turns.pass(kUiTurn, false);
-            }
-        } else {
-            while (done.load() < kHosts)
-                uiStep();
-        }
+        while (done.load() < kHosts)
+            uiStep();
         for (std::thread& t : threads)
             t.join();
         if (run.round == rounds - 1)

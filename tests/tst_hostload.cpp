@@ -31,30 +31,11 @@ class TstHostLoad : public QObject
     template <typename T> T fn(const char* name) { return reinterpret_cast<T>(m_lib.resolve(name)); }
 
 private slots:
-    void exports()
-    {
-        QVERIFY2(m_lib.load(), qPrintable(m_lib.errorString()));
-        for (const char* name :
-             {"KXScreen_Init", "KXScreen_Release", "KXScreen_SetParent", "KXScreen_AddPerson", "KXScreen_DelPerson",
-              "KXScreen_PlayFrame", "KXScreen_Preview", "KXScreen_SetMute", "KXScreen_SetHasMic", "KXScreen_SetPersonInfo",
-              "KXScreen_SetPersonHeadImg", "KXScreen_SetUnjoinedPersonInfo", "KXScreen_SetVolume", "KXScreen_AllLook",
-              "KXScreen_LockLook", "KXScreen_GetAllLookUserID", "KXScreen_GetLockLookUserID", "KXScreen_GetShareUserID",
-              "KXScreen_FocusByUserID", "KXScreen_SetVoiceActivateByUserID", "KXScreen_CancelVoiceActivate",
-              "KXScreen_SetCurSpeakPerson", "KXScreen_SetCurMode", "KXScreen_GetCurMode", "KXScreen_MoreInHide",
-              "KXScreen_MoveWindow", "KXScreen_JoinMeetingFinish", "KXScreen_ChangePrimaryScreen", "KXScreen_StartLocalShare",
-              "KXScreen_StopLocalShare", "KXScreen_SetShareWatermark", "KXScreen_SetSharePaush", "KXScreen_ShareWhiteBoard",
-              "KXScreen_ReposShareWgtForAnnonate", "KXScreen_GetShareWgtPos", "KXScreen_IsUserShare", "KXScreen_UpdateNetWeak",
-              "KXScreen_ShowPicInPic", "KXScreen_GetPicInPicWidgetPtr", "KXScreen_IsIconic", "KXScreen_AddSentence",
-              "KXScreen_ClearSubtitles", "KXScreen_OpenSubtitle", "KXScreen_SetDPIs", "KXScreen_SetIsNewSkin",
-              "KXScreen_SetMeetingRoomMinimized"})
-            QVERIFY2(m_lib.resolve(name), name);
-        // Internal operations stay inside.
-        for (const char* name : {"KXScreen_ChangeShowPage", "KXScreen_SetDefStreamType", "isValidScreenHandle"})
-            QVERIFY2(!m_lib.resolve(name), name);
-    }
-
+    // Which symbols the library exports is checked against the public header
+    // (exported_symbols); here a host resolves what it needs and drives a gallery.
     void driveAGallery()
     {
+        QVERIFY2(m_lib.load(), qPrintable(m_lib.errorString()));
         QWidget window;
         window.resize(1280, 720);
         window.show();

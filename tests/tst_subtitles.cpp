@@ -64,10 +64,17 @@ private:
         return g.screen()->grab().toImage().convertToFormat(QImage::Format_RGB32);
     }
     static SubtitleBand* band(Gallery& g) { return g.screen()->subtitleBand(); }
-    // Blue pictures until every tile on screen shows one (a tile just placed
-    // ignores frames for a moment), then the gallery as it looks.
-    static QImage withVideo(Gallery& g)
+    // n participants joined in this layout, captions open; blue pictures until
+    // every tile on screen shows one (a tile just placed ignores frames for a
+    // moment), then the gallery as it looks.
+    static QImage withVideo(Gallery& g, int n, int mode)
     {
+        if (!QTest::qWaitForWindowExposed(&g.parent))
+            return QImage();
+        g.add(n);
+        KXScreen_JoinMeetingFinish(g.h);
+        g.setMode(mode);
+        KXScreen_OpenSubtitle(g.h, true);
         Frame f(640, 360, 32, 240, 118);
         const bool ok = QTest::qWaitFor([&]() {
             std::thread([&]() { for (void* p : g.handles) KXScreen_PlayFrame(g.h, p, &f.rec); }).join();
@@ -191,11 +198,7 @@ void TstSubtitles::placement()
 void TstSubtitles::bandDrawsAndClears()
 {
     Gallery g(QSize(960, 540));
-    QVERIFY(QTest::qWaitForWindowExposed(&g.parent));
-    g.add(2);
-    KXScreen_JoinMeetingFinish(g.h);
-    KXScreen_OpenSubtitle(g.h, true);
-    const QImage before = withVideo(g);
+    const QImage before = withVideo(g, 2, 1);
     QVERIFY(!before.isNull());
 
     QByteArray name("Ann"), part("so the plan"), done("So the plan is settled."), bad("\xffok\xfe");
@@ -225,13 +228,7 @@ void TstSubtitles::bandDrawsAndClears()
 void TstSubtitles::bandAboveTheStripInLayout6()
 {
     Gallery g(QSize(1280, 720));
-    QVERIFY(QTest::qWaitForWindowExposed(&g.parent));
-    g.add(5);
-    KXScreen_JoinMeetingFinish(g.h);
-    KXScreen_SetCurMode(g.h, 6);
-    QTRY_COMPARE(KXScreen_GetCurMode(g.h), 6);
-    KXScreen_OpenSubtitle(g.h, true);
-    const QImage before = withVideo(g);
+    const QImage before = withVideo(g, 5, 6);
     QVERIFY(!before.isNull());
     QByteArray name("Bo"), text(QByteArray("words ").repeated(200));
     KXScreen_AddSentence(g.h, 0, 1, name.data(), text.data());

@@ -33,6 +33,15 @@ std::unique_ptr<tagPersonInfo> person(const QString& id, const QString& name, in
     return p;
 }
 
+// From a host thread under the frame lock, as the export copies.
+bool feedTile(CPlayWidget* tile, const KxCloudRTCVideoFrameQT* f)
+{
+    return onHostThread([&]() {
+        std::lock_guard<std::recursive_mutex> lock(QKXScreenConfig::getInstance()->frameLock());
+        return tile->PlayOneFrame(f);
+    });
+}
+
 // One tile inside a host window, as the gallery places it.
 struct Stage
 {
@@ -49,14 +58,7 @@ struct Stage
     }
     ~Stage() { tile->setPersonData(nullptr, false); }
     QDlgPlayInfo* info() const { return tile->playInfo(); }
-    // From a host thread under the frame lock, as the export copies.
-    bool feed(const KxCloudRTCVideoFrameQT* f)
-    {
-        return onHostThread([&]() {
-            std::lock_guard<std::recursive_mutex> lock(QKXScreenConfig::getInstance()->frameLock());
-            return tile->PlayOneFrame(f);
-        });
-    }
+    bool feed(const KxCloudRTCVideoFrameQT* f) { return feedTile(tile, f); }
     // Exposed, past the fresh state, and one frame painted.
     bool show(const Frame& f)
     {
@@ -114,9 +116,21 @@ private slots:
         QKXScreenConfig::getInstance()->setDPIs(1.0, 1.0);
     }
 
+    void picture_data()
+    {
+        QTest::addColumn<QString>("userID");
+        QTest::addColumn<bool>("black"); // after a detach: a share leaves no picture behind, a camera keeps its last
+        QTest::newRow("share") << "sharescreen_7" << true;
+        QTest::newRow("share id inside") << "x_sharescreen_7" << true;
+        QTest::newRow("camera") << "cam_7" << false;
+        QTest::newRow("prefix case differs") << "ShareScreen_7" << false;
+    }
+
     void picture()
     {
-        auto p = person("cam", "Blocks");
+        QFETCH(QString, userID);
+        QFETCH(bool, black);
+        auto p = person(userID, "Blocks");
         Stage s(p.get(), QSize(400, 400));
         s.info()->hide(); // every sampled pixel is video
         QVERIFY(s.show(Frame::blocks(1280, 720)));
@@ -133,12 +147,14 @@ private slots:
         for (int y : {0, 87, 313, 399})
             for (int x : {0, 200, 399})
                 QCOMPARE(img.pixelColor(x, y), QColor(Qt::black)); // bars
-        // A new size refits the picture, and the overlay with it.
-        s.tile->resize(640, 360);
-        QTRY_COMPARE(s.tile->videoRect(), QRect(0, 0, 640, 360));
-        QTRY_COMPARE(s.info()->videoRect(), QRect(0, 0, 640, 360));
-        s.tile->resize(200, 400);
-        QTRY_COMPARE(s.tile->videoRect(), QRect(0, 144, 200, 112));
+        s.tile->setPersonData(nullptr, false);
+        QVERIFY(near(s.pixel(200, 256), black ? QColor(Qt::black) : Frame::blockColour(3)));
+        // Without a GL context (a tile never shown) the detach still goes through.
+        auto hidden = person("sharescreen_h", "Hidden");
+        CPlayWidget never(nullptr);
+        never.setPersonData(hidden.get(), true);
+        never.setPersonData(nullptr, false);
+        QCOMPARE(never.personInfo(), static_cast<tagPersonInfo*>(nullptr));
     }
 
     void buffers()
@@ -153,10 +169,7 @@ private slots:
         const uint8_t* previous = nullptr;
         for (const auto& st : steps) {
             Frame f = Frame::blocks(st[0], st[1]);
-            QVERIFY(onHostThread([&]() {
-                std::lock_guard<std::recursive_mutex> lock(QKXScreenConfig::getInstance()->frameLock());
-                return tile.PlayOneFrame(&f.rec);
-            }));
+            QVERIFY(feedTile(&tile, &f.rec));
             QCOMPARE(p->iAlignedWidth, st[0] & ~7);
             QCOMPARE(p->iBufLen, st[2]);
             QCOMPARE(p->m_pBufYuv420p != previous, bool(st[3]));
@@ -248,36 +261,6 @@ private slots:
         QCOMPARE(dclick.count(), doubleClick ? 1 : 0);
     }
 
-    void detach_data()
-    {
-        QTest::addColumn<QString>("userID");
-        QTest::addColumn<bool>("black");
-        QTest::newRow("share") << "sharescreen_7" << true;
-        QTest::newRow("share id inside") << "x_sharescreen_7" << true;
-        QTest::newRow("camera") << "cam_7" << false;
-        QTest::newRow("prefix case differs") << "ShareScreen_7" << false;
-    }
-
-    void detach()
-    {
-        // A detached share leaves no picture behind; a camera tile keeps its last.
-        QFETCH(QString, userID);
-        QFETCH(bool, black);
-        auto p = person(userID, "Detach", 2);
-        Stage s(p.get(), QSize(320, 180));
-        QVERIFY(s.show(Frame(320, 180, 235)));
-        QTRY_COMPARE(s.tile->videoRect(), QRect(0, 0, 320, 180));
-        QVERIFY(near(s.pixel(160, 90), Qt::white));
-        s.tile->setPersonData(nullptr, false);
-        QVERIFY(near(s.pixel(160, 90), black ? Qt::black : Qt::white));
-        // Without a GL context (a tile never shown) the detach still goes through.
-        auto hidden = person("sharescreen_h", "Hidden");
-        CPlayWidget never(nullptr);
-        never.setPersonData(hidden.get(), true);
-        never.setPersonData(nullptr, false);
-        QCOMPARE(never.personInfo(), static_cast<tagPersonInfo*>(nullptr));
-    }
-
     void overlayMetrics_data()
     {
         QTest::addColumn<QSize>("size");
@@ -305,7 +288,6 @@ private slots:
 
     void overlayStates()
     {
-        QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
         auto p = person("u_alice", "Alice Smith");
         p->bMute = false;
         p->iVolume = 70;
@@ -335,24 +317,11 @@ private slots:
         p->bHasMic = false;
         info->refreshDisplay();
         QCOMPARE(info->micIconName(), QString("mic_none"));
-        // No video: the initial on a disc whose colour comes from the user ID alone.
-        p->bPreview = false;
-        info->refreshDisplay();
-        QVERIFY(info->isPlaceholderShown());
-        QCOMPARE(info->initialText(), QString("A"));
-        QCOMPARE(kxoverlay::discColor("sharescreen_u_alice"), info->discColor());
-        QVERIFY(countLike(s.grab(), info->layout().avatar, info->discColor(), 8) > 100);
-    }
-
-    void spinner()
-    {
         // No level yet: the spinner turns in the middle until a level arrives or
         // 15 s (250 ticks of 60 ms) have passed; then the weakest level shows.
-        auto p = person("u_nick", "Nick");
         p->iNetLevel = 0;
-        Stage s(p.get(), QSize(640, 360));
-        QVERIFY(s.show(Frame(640, 360)));
-        NetWeakLoading* w = s.info()->netWeakLoading();
+        info->refreshDisplay();
+        NetWeakLoading* w = info->netWeakLoading();
         QTRY_VERIFY(w->isVisible());
         QCOMPARE(w->pos(), QPoint((640 - w->width()) / 2, (360 - w->height()) / 2));
         w->stopLoading(); // ticked by hand from here on
@@ -366,7 +335,7 @@ private slots:
         QVERIFY(!w->isVisible());
         QCOMPARE(p->iNetLevel, -1);
         QVERIFY(p->bNetWeak);
-        QCOMPARE(s.info()->netIconName(), QString("net_level_1"));
+        QCOMPARE(info->netIconName(), QString("net_level_1"));
         // 15 degrees a tick; 360 and then 0: upright twice in a row.
         NetWeakLoading fresh(nullptr);
         QList<int> angles, expected;
@@ -377,16 +346,30 @@ private slots:
         for (int a = 15; a <= 360; a += 15)
             expected << a;
         QCOMPARE(angles, expected << 0 << 15 << 30);
+        // No video: the initial on a disc whose colour comes from the user ID alone.
+        p->bPreview = false;
+        info->refreshDisplay();
+        QVERIFY(info->isPlaceholderShown());
+        QCOMPARE(info->initialText(), QString("A"));
+        QCOMPARE(kxoverlay::discColor("sharescreen_u_alice"), info->discColor());
+        QVERIFY(countLike(s.grab(), info->layout().avatar, info->discColor(), 8) > 100);
+        // A new size refits the picture, and the overlay with it.
+        s.tile->resize(200, 400);
+        QTRY_COMPARE(s.tile->videoRect(), QRect(0, 144, 200, 112));
+        QTRY_COMPARE(info->videoRect(), QRect(0, 144, 200, 112));
     }
 
     void controlsReachTheHost()
     {
         Gallery g(QSize(1280, 720));
         QVERIFY(QTest::qWaitForWindowExposed(&g.parent));
-        QByteArray me("me"), ann("u_ann"), ben("unjoined_u_ben");
-        void* self = KXScreen_AddPerson(g.h, me.data(), me.data(), me.data(), 1, 0, reinterpret_cast<void*>(1), 1);
-        void* other = KXScreen_AddPerson(g.h, ann.data(), ann.data(), ann.data(), 2, 0, reinterpret_cast<void*>(2), 1);
-        void* invited = KXScreen_AddPerson(g.h, ben.data(), ben.data(), ben.data(), 3, 0, reinterpret_cast<void*>(3), 2);
+        auto add = [&](QByteArray id, int n, int status) {
+            return KXScreen_AddPerson(g.h, id.data(), id.data(), id.data(), n, 0, reinterpret_cast<void*>(quintptr(n)), status);
+        };
+        QByteArray me("me");
+        void* self = add(me, 1, 1);
+        void* other = add("u_ann", 2, 1);
+        void* invited = add("unjoined_u_ben", 3, 2);
         KXScreen_SetPersonInfo(g.h, self, true, 1, me.data()); // the local user hosts
         pump();
         QDlgPlayInfo* info = recordOf(other)->pWidget->playInfo();
