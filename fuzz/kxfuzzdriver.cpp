@@ -324,7 +324,14 @@ public:
             KXScreen_IsUserShare(h);
             break;
         case 25: KXScreen_JoinMeetingFinish(h); break;
-        case 26: KXScreen_ShowPicInPic(h, f1); break;
+        case 26: // the floating window and the external screen
+            switch (k % 4) {
+            case 0: KXScreen_ShowPicInPic(h, f1); break;
+            case 1: KXScreenExt_Open(h, int(int8_t(k)) % 3); break;
+            case 2: KXScreenExt_SetUserID(h, nullA ? nullptr : idArg), KXScreenExt_GetUserID(h); break;
+            default: f1 ? KXScreenExt_Close(h) : KXScreenExt_IsOpen(h); break;
+            }
+            break;
         case 27: f1 ? KXScreen_ChangeShowPage(h, f2) : KXScreen_SetDefStreamType(h, play()); break;
         case 28: {
             const int x = in.i16() % 2000;

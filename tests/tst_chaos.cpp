@@ -10,6 +10,7 @@
 //   KX_CHAOS_SEED=12345   the seed to replay; "random" picks one and prints it
 //   KX_CHAOS_SEEDS=3      how many consecutive seeds to run
 #include "kxtestkit.h"
+#include "playhandles.h"
 
 #include <QDateTime>
 #include <algorithm>
@@ -156,11 +157,12 @@ private:
         std::sort(c.begin(), c.end()); // the list's order is not the seed's
         void* p = c.isEmpty() ? nullptr : c.at(r.below(c.size()));
         if (p && call(h, p) != 0) {
-            // Only a DelPerson can find the address live again: reissued to a
-            // thread that has not recorded it yet.
+            // The address may have been reissued meanwhile to a thread that
+            // has not recorded it yet: then the module knows it as live.
+            tagPersonInfo* rec = nullptr;
             if (isDel && good)
                 ++m.preempted[p];
-            else
+            else if (!good || !kxplay::lookup(p, static_cast<KXScreenHandle*>(h), &rec))
                 l.unlock(), m.fail(QStringLiteral("%1 took a released play handle").arg(what));
         }
     }
@@ -204,7 +206,9 @@ private:
                         : d < 93 ? KXScreen_JoinMeetingFinish(h)
                         : d < 96 ? KXScreen_SetVoiceActivateByUserID(h, idArg)
                         : d < 97 ? KXScreen_CancelVoiceActivate(h)
-                                 : KXScreen_SetCurSpeakPerson(h, nullArg ? nullptr : list.data());
+                        : d < 98 ? KXScreen_SetCurSpeakPerson(h, nullArg ? nullptr : list.data())
+                        // the external screen's exports refuse host threads
+                                 : KXScreenExt_Open(h, r.below(3)) + KXScreenExt_IsOpen(h) + (good ? 1 : 0);
         if (res != (good ? 1 : 0))
             m.fail(QStringLiteral("call %1 answered %2 with a %3 module handle").arg(d).arg(res).arg(good ? "live" : "bad"));
     }
@@ -361,6 +365,12 @@ void TstChaos::runSeed(quint64 seed, int ops)
             KXScreen_GetLockLookUserID(run.h);
             KXScreen_GetShareUserID(run.h);
             KXScreen_GetShareWgtPos(run.h);
+            KXScreenExt_Open(run.h, ui.below(2));
+            KXScreenExt_SetUserID(run.h, ui.chance(50) ? "u1" : nullptr);
+            KXScreenExt_GetUserID(run.h);
+            KXScreen_ShowPicInPic(run.h, ui.chance(50));
+            if (ui.chance(50))
+                KXScreenExt_Close(run.h);
             break;
         case 6: // placed at once
             if (void* added = KXScreen_AddPerson(run.h, id.data(), id.data(), id.data(), ui.range(0, 5000), 0, nullptr, 1))
