@@ -293,7 +293,7 @@ void onTilePainted(CPlayWidget* tile, const unsigned char* picture)
     g_tileOf.insert(tag.participant, tile);
 }
 
-Row runModule(const Scenario& sc, double seconds, QVector<kxbench::TileSpec>* specs)
+Row runModule(const Scenario& sc, double seconds, QVector<kxbench::TilePlan>* plans)
 {
     QWidget host;
     host.setWindowTitle(QStringLiteral("bench_playframe: module"));
@@ -372,14 +372,14 @@ Row runModule(const Scenario& sc, double seconds, QVector<kxbench::TileSpec>* sp
     g_stats = nullptr;
     g_feeder = nullptr;
     g_scenario = nullptr;
-    if (specs) {
-        specs->clear();
+    if (plans) {
+        plans->clear();
         for (int i = 0; i < sc.participants; ++i) {
-            kxbench::TileSpec spec;
-            spec.frame = feed.size(i);
+            kxbench::TilePlan plan;
+            plan.frame = feed.size(i);
             if (CPlayWidget* t = g_tileOf.value(i); t && tiles.contains(t))
-                spec.video = t->videoRect().translated(t->mapTo(&host, QPoint(0, 0)));
-            specs->append(spec);
+                plan.video = t->videoRect().translated(t->mapTo(&host, QPoint(0, 0)));
+            plans->append(plan);
         }
     }
     KXScreen_Release(h);
@@ -390,13 +390,13 @@ Row runModule(const Scenario& sc, double seconds, QVector<kxbench::TileSpec>* sp
 // --- the baseline and the reference -----------------------------------------
 
 template <typename Gallery>
-Row runOneWidget(const QString& name, const QVector<kxbench::TileSpec>& specs, double seconds)
+Row runOneWidget(const QString& name, const QVector<kxbench::TilePlan>& plans, double seconds)
 {
     kxbench::PaintStats stats;
     QWidget window;
     window.setWindowTitle(QStringLiteral("bench_playframe: ") + name);
     window.setGeometry(0, 0, kWindowW, kWindowH);
-    auto* gallery = new Gallery(specs, &stats, &window);
+    auto* gallery = new Gallery(plans, &stats, &window);
     gallery->setGeometry(window.rect());
     window.show();
     spin(0.3);
@@ -406,10 +406,10 @@ Row runOneWidget(const QString& name, const QVector<kxbench::TileSpec>& specs, d
             stats.shown(gallery);
         });
     }
-    kxbench::Feeder feed(specs.size(), kFps,
+    kxbench::Feeder feed(plans.size(), kFps,
                          [gallery](int i, const KxCloudRTCVideoFrameQT& f) { gallery->deliver(i, f); });
-    for (int i = 0; i < specs.size(); ++i)
-        feed.setSize(i, specs.at(i).frame);
+    for (int i = 0; i < plans.size(); ++i)
+        feed.setSize(i, plans.at(i).frame);
     Row r = measure(feed, stats, 1.0, seconds);
     r.renderer = name;
     return r;
@@ -440,20 +440,20 @@ void runPaintPath(double seconds, int onlyScenario, const QString& onlyRenderer)
             continue;
         std::printf("%d. %s\n", index, sc.name);
         std::fflush(stdout);
-        QVector<kxbench::TileSpec> specs;
+        QVector<kxbench::TilePlan> plans;
         Row module;
         const bool all = onlyRenderer.isEmpty();
-        module = runModule(sc, (all || onlyRenderer == QLatin1String("module")) ? seconds : 1.0, &specs);
+        module = runModule(sc, (all || onlyRenderer == QLatin1String("module")) ? seconds : 1.0, &plans);
         if (all || onlyRenderer == QLatin1String("module"))
             printRow(module);
         std::fflush(stdout);
         Row surface;
         if (all || onlyRenderer == QLatin1String("surface")) {
-            surface = runOneWidget<OneSurfaceGallery>(QStringLiteral("one surface"), specs, seconds);
+            surface = runOneWidget<OneSurfaceGallery>(QStringLiteral("one surface"), plans, seconds);
             printRow(surface);
         }
         if (all || onlyRenderer == QLatin1String("painter"))
-            printRow(runOneWidget<PainterGallery>(QStringLiteral("QPainter"), specs, seconds));
+            printRow(runOneWidget<PainterGallery>(QStringLiteral("QPainter"), plans, seconds));
         if (all || onlyRenderer == QLatin1String("module"))
             std::printf("  module: %ld tile paints (%ld drew a frame already drawn), %ld overlay repaints\n",
                         module.glPaints, module.stale, module.overlayPaints);

@@ -28,14 +28,14 @@ const GLfloat kTexCoords[] = {0.0f, 1.0f, 1.0f, 1.0f, 0.0f, 0.0f, 1.0f, 0.0f};
 
 } // namespace
 
-OneSurfaceGallery::OneSurfaceGallery(const QVector<kxbench::TileSpec>& tiles, kxbench::PaintStats* stats,
+OneSurfaceGallery::OneSurfaceGallery(const QVector<kxbench::TilePlan>& tiles, kxbench::PaintStats* stats,
                                      QWidget* parent)
     : QOpenGLWidget(parent)
     , m_stats(stats)
 {
-    for (const kxbench::TileSpec& spec : tiles) {
+    for (const kxbench::TilePlan& plan : tiles) {
         auto t = std::make_unique<Tile>();
-        t->spec = spec;
+        t->plan = plan;
         m_tiles.push_back(std::move(t));
     }
     // Queued: the host threads' notices reach the interface thread one per frame.
@@ -136,7 +136,7 @@ void OneSurfaceGallery::paintGL()
                 glBindTexture(GL_TEXTURE_2D, t.textures[i]);
             }
         }
-        const QRect& r = t.spec.video;
+        const QRect& r = t.plan.video;
         glViewport(int(r.x() * dpr), fbH - int((r.y() + r.height()) * dpr), int(r.width() * dpr),
                    int(r.height() * dpr));
         glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);

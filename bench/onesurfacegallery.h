@@ -20,7 +20,7 @@ class OneSurfaceGallery : public QOpenGLWidget, protected QOpenGLFunctions
 {
     Q_OBJECT
 public:
-    OneSurfaceGallery(const QVector<kxbench::TileSpec>& tiles, kxbench::PaintStats* stats, QWidget* parent);
+    OneSurfaceGallery(const QVector<kxbench::TilePlan>& tiles, kxbench::PaintStats* stats, QWidget* parent);
     ~OneSurfaceGallery() override;
 
     // Host thread.
@@ -36,7 +36,7 @@ protected:
 
 private:
     struct Tile {
-        kxbench::TileSpec spec;
+        kxbench::TilePlan plan;
         QMutex mutex;
         std::vector<uint8_t> buffer;
         int alignedWidth = 0;

@@ -113,7 +113,7 @@ private:
 };
 
 // Where a participant's picture lies in the window, and its frame size.
-struct TileSpec {
+struct TilePlan {
     QRect video;  // letterboxed picture, window coordinates
     QSize frame;
 };

@@ -5,14 +5,14 @@
 #include <QPaintEvent>
 #include <QPainter>
 
-PainterGallery::PainterGallery(const QVector<kxbench::TileSpec>& tiles, kxbench::PaintStats* stats, QWidget* parent)
+PainterGallery::PainterGallery(const QVector<kxbench::TilePlan>& tiles, kxbench::PaintStats* stats, QWidget* parent)
     : QWidget(parent)
     , m_stats(stats)
 {
     setAttribute(Qt::WA_OpaquePaintEvent);
-    for (const kxbench::TileSpec& spec : tiles) {
+    for (const kxbench::TilePlan& plan : tiles) {
         auto t = std::make_unique<Tile>();
-        t->spec = spec;
+        t->plan = plan;
         m_tiles.push_back(std::move(t));
     }
     connect(this, &PainterGallery::frameArrived, this, &PainterGallery::onFrameArrived, Qt::QueuedConnection);
@@ -35,7 +35,7 @@ void PainterGallery::deliver(int tile, const KxCloudRTCVideoFrameQT& frame)
 void PainterGallery::onFrameArrived(int tile)
 {
     // Only the tile's own rectangle is repainted and flushed.
-    update(m_tiles[size_t(tile)]->spec.video);
+    update(m_tiles[size_t(tile)]->plan.video);
 }
 
 void PainterGallery::paintEvent(QPaintEvent* event)
@@ -45,7 +45,7 @@ void PainterGallery::paintEvent(QPaintEvent* event)
     QVector<kxbench::FrameTag> drawn;
     for (auto& tp : m_tiles) {
         Tile& t = *tp;
-        if (!event->region().intersects(t.spec.video))
+        if (!event->region().intersects(t.plan.video))
             continue;
         {
             QMutexLocker lock(&t.mutex);
@@ -59,7 +59,7 @@ void PainterGallery::paintEvent(QPaintEvent* event)
             }
         }
         if (!t.rgb.isNull())
-            painter.drawImage(t.spec.video, t.rgb);
+            painter.drawImage(t.plan.video, t.rgb);
     }
     painter.end();
     // The backing store is flushed to the screen right after this paint.

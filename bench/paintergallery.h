@@ -16,7 +16,7 @@ class PainterGallery : public QWidget
 {
     Q_OBJECT
 public:
-    PainterGallery(const QVector<kxbench::TileSpec>& tiles, kxbench::PaintStats* stats, QWidget* parent);
+    PainterGallery(const QVector<kxbench::TilePlan>& tiles, kxbench::PaintStats* stats, QWidget* parent);
 
     // Host thread.
     void deliver(int tile, const KxCloudRTCVideoFrameQT& frame);
@@ -31,7 +31,7 @@ private:
     void onFrameArrived(int tile);
 
     struct Tile {
-        kxbench::TileSpec spec;
+        kxbench::TilePlan plan;
         QMutex mutex;
         std::vector<uint8_t> buffer;
         int alignedWidth = 0;
