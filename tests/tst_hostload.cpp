@@ -32,7 +32,8 @@ class TstHostLoad : public QObject
 
 private slots:
     // Which symbols the library exports is checked against the public header
-    // (exported_symbols); here a host resolves what it needs and drives a gallery.
+    // (exported_symbols); here a host resolves what it needs and drives a gallery
+    // (what released handles answer: tst_badinput's sweep).
     void driveAGallery()
     {
         QVERIFY2(m_lib.load(), qPrintable(m_lib.errorString()));
@@ -44,7 +45,6 @@ private slots:
         QVERIFY(h);
         auto add = fn<PFN_KXScreen_AddPerson>("KXScreen_AddPerson");
         auto play = fn<PFN_KXScreen_PlayFrame>("KXScreen_PlayFrame");
-        auto del = fn<PFN_KXScreen_DelPerson>("KXScreen_DelPerson");
         std::vector<void*> handles;
         std::thread([&]() {
             for (QByteArray id : {"user0", "user1", "user2"})
@@ -59,11 +59,8 @@ private slots:
         QVERIFY(received(KXSCREEN_MSG_REMOTE_VIDEO_OPEN) >= 3);
         QCOMPARE(fn<PFN_KXScreen_SetCurMode>("KXScreen_SetCurMode")(h, KXSCREEN_LAYOUT_SPEAKER_BOTTOM), 1);
         QTRY_COMPARE(fn<PFN_KXScreen_GetCurMode>("KXScreen_GetCurMode")(h), int(KXSCREEN_LAYOUT_SPEAKER_BOTTOM));
-        QCOMPARE(del(h, handles[2]), 1);
-        QCOMPARE(del(h, handles[2]), 0); // released
-        QCOMPARE(play(h, handles[2], &frame), 0);
+        QCOMPARE(fn<PFN_KXScreen_DelPerson>("KXScreen_DelPerson")(h, handles[2]), 1);
         fn<PFN_KXScreen_Release>("KXScreen_Release")(h);
-        QCOMPARE(fn<PFN_KXScreen_SetCurMode>("KXScreen_SetCurMode")(h, 1), 0);
     }
 };
 

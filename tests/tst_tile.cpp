@@ -22,14 +22,11 @@ using namespace kxtest;
 
 namespace {
 
-std::unique_ptr<tagPersonInfo> person(const QString& id, const QString& name, int streamStatus = 0)
+std::unique_ptr<tagPersonInfo> person(const QString& id, const QString& name)
 {
     auto p = std::make_unique<tagPersonInfo>();
     p->userID = id;
     p->userName = name;
-    p->eStreamStatus = streamStatus;
-    if (id.startsWith("unjoined_"))
-        p->bPreview = p->bMute = false;
     return p;
 }
 
@@ -159,13 +156,16 @@ private slots:
 
     void buffers()
     {
-        // Rows cut to a multiple of 8; the buffer grows only for a larger picture.
+        // Rows cut to a multiple of 8, also for odd, tiny and huge pictures; the
+        // buffer grows only for a larger picture.
         auto p = person("cam", "Grow");
         CPlayWidget tile(nullptr);
         tile.setPersonData(p.get(), true);
         tile.delayResetChangeTag();
         const int steps[][4] = {{641, 360, 2 * 641 * 360 + 20480, 1}, {640, 360, 2 * 641 * 360 + 20480, 0},
-                                {1920, 1080, 4167680, 1},               {1280, 720, 4167680, 0}};
+                                {1920, 1080, 4167680, 1},               {1280, 720, 4167680, 0},
+                                {7680, 4320, 2 * 7680 * 4320 + 20480, 1}, {63, 35, 2 * 7680 * 4320 + 20480, 0},
+                                {1, 1, 2 * 7680 * 4320 + 20480, 0}};
         const uint8_t* previous = nullptr;
         for (const auto& st : steps) {
             Frame f = Frame::blocks(st[0], st[1]);
