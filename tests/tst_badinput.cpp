@@ -126,6 +126,12 @@ private slots:
             {"SetShareWatermark", [](void* h, void*) { return qint64(KXScreen_SetShareWatermark(h, "secret", true)); }, 0},
             {"GetShareWgtPos", [](void* h, void*) { return qint64(KXScreen_GetShareWgtPos(h).isNull() ? 0 : 1); }, 0},
             {"ChangeShowPage", [](void* h, void*) { return qint64(KXScreen_ChangeShowPage(h, true)); }, 0},
+            {"Ext_Open", [](void* h, void*) { return qint64(KXScreenExt_Open(h, 0)); }, 0},
+            {"Ext_Close", [](void* h, void*) { return qint64(KXScreenExt_Close(h)); }, 0},
+            {"Ext_IsOpen", [](void* h, void*) { return qint64(KXScreenExt_IsOpen(h)); }, 0},
+            {"Ext_SetUserID", [](void* h, void*) { return qint64(KXScreenExt_SetUserID(h, g_id.data())); }, 0},
+            {"Ext_GetUserID", [](void* h, void*) { return qint64(quintptr(KXScreenExt_GetUserID(h))); }, 0},
+            {"Ext_GetWidgetPtr", [](void* h, void*) { return qint64(quintptr(KXScreenExt_GetWidgetPtr(h))); }, 0},
             // No handle check by design: they answer 1; called with the values in force.
             {"SetIsNewSkin", [cfg](void* h, void*) { return qint64(KXScreen_SetIsNewSkin(h, cfg->isNewSkin())); }, 0, 1},
             {"SetMeetingRoomMinimized", [cfg](void* h, void*) { return qint64(KXScreen_SetMeetingRoomMinimized(h, cfg->m_bMeetingRoomMinimized.load())); }, 0, 1},
