@@ -77,22 +77,6 @@ void toPerson(const ScreenUse& use, const PersonRef& ref, F&& f)
     });
 }
 
-// The per-participant exports that reach the gallery through a configuration
-// signal: checks, then the signal for that participant.
-template <typename F>
-int personSignal(const char* name, void* hScreen, void* hPlay, F emitFor)
-{
-    return guarded(name, 0, [&] {
-        logThread(name);
-        ScreenUse use(hScreen);
-        PersonRef ref;
-        if (!use || !checkPlay(use, hPlay, &ref))
-            return 0;
-        toPerson(use, ref, [ref, emitFor]() { emitFor(config(), ref.record); });
-        return 1;
-    });
-}
-
 // The per-participant exports that call the controller directly: on the
 // interface thread the controller's answer is the export's; from another
 // thread the call is queued and the export answers 1.
@@ -110,6 +94,17 @@ int personCall(const char* name, void* hScreen, void* hPlay, F call)
             return call(screen, ref.record) ? 1 : 0;
         toPerson(use, ref, [screen, ref, call]() { call(screen, ref.record); });
         return 1;
+    });
+}
+
+// The per-participant exports that reach the gallery through a configuration
+// signal: the same checks and queueing, the signal as the call.
+template <typename F>
+int personSignal(const char* name, void* hScreen, void* hPlay, F emitFor)
+{
+    return personCall(name, hScreen, hPlay, [emitFor](QDlgScreen*, tagPersonInfo* p) {
+        emitFor(config(), p);
+        return true;
     });
 }
 
