@@ -265,13 +265,6 @@ private:
         f.data = nullData ? nullptr : m_pixels.data();
         f.width = w;
         f.height = hgt;
-        if (r.chance(3)) {
-            bool good = false;
-            void* h = screen(&good);
-            if (KXScreen_PlayFrame(h, m.anyLive(r), nullptr) != 0)
-                m.fail("a null frame record was taken");
-            return;
-        }
         auto play = [&](void* h, void* p) {
             const int res = KXScreen_PlayFrame(h, p, &f);
             m.frames += res;
