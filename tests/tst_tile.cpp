@@ -323,14 +323,14 @@ private slots:
         QSignalSpy dclick(s.tile, &CPlayWidget::mouseLDClick);
         QTest::mouseDClick(s.tile, Qt::RightButton, Qt::NoModifier, QPoint(100, 100));
         QCOMPARE(dclick.count(), 0);
-        Frame second(66, 34, 22);
-        QVERIFY(s.feed(&second.rec));
+        Frame dumped(66, 34, 22);
+        QVERIFY(s.feed(&dumped.rec));
         QFile dump(path);
         QVERIFY2(dump.open(QIODevice::ReadOnly), qPrintable(path));
-        QCOMPARE(dump.readAll(), bytes(second.rec.data, qint64(second.bytes.size())));
+        QCOMPARE(dump.readAll(), bytes(dumped.rec.data, qint64(dumped.bytes.size())));
         dump.close();
         QVERIFY(QFile::remove(path));
-        QVERIFY(s.feed(&second.rec));
+        QVERIFY(s.feed(&dumped.rec));
         QVERIFY(!QFile::exists(path));
         cfg->setBaseDir(QString());
         // A freed record is dropped by the tile and no longer read by the overlay.
@@ -338,7 +338,7 @@ private slots:
         {
             ExpectLog log;
             QTest::ignoreMessage(QtDebugMsg, "m_pPersonInfo had delete");
-            QVERIFY(!s.feed(&second.rec));
+            QVERIFY(!s.feed(&dumped.rec));
         }
         QVERIFY(s.info()->displayName().isEmpty());
         cfg->testDelPerson(p.get(), true);
