@@ -116,8 +116,8 @@ m O03 overlay/qdlgplayinfo.cpp '(quint32(global.x()) << 16)' '(quint32(global.x(
       "click position packed wrongly for the more menu"
 m O04 overlay/playinfolayout.cpp 'qBound(11, qRound(base / 24.0), 18)' 'qBound(8, qRound(base / 24.0), 18)' \
       "names on small tiles drawn too small to read"
-m O05 overlay/qdlgplayinfo.cpp $'if (m_bNoVideo == bNoVideo && !bForce)\n        return;' '' \
-      "overlay repaints on every video frame"
+m O05 overlay/qdlgplayinfo.cpp $'if (m_bViewValid && view.sameAs(m_view))\n        return;' '' \
+      "overlay repaints when nothing it shows has changed"
 
 # --- windows ----------------------------------------------------------------
 m W01 windows/qdlgpopupscreen.cpp 'title->setGeometry(QRect(0, 0, 240, 44));' 'title->setGeometry(QRect(0, 0, 240, 40));' \

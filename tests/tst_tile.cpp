@@ -261,11 +261,13 @@ private slots:
         QVERIFY(near(img.pixelColor(320, 180), QColor(0, 0, 255), 8)); // the picture shows through
         QVERIFY(countLike(img, info->layout().name, Qt::white, 60) > 30);
         QVERIFY(countLike(img, info->layout().mic, QColor(0x3D, 0xD6, 0x8C)) > 4); // the level
-        // Frames do not repaint the overlay; a state change does.
+        // Neither frames nor a refresh with nothing changed repaint the
+        // overlay; a state change does.
         const int paints = info->paintCount();
         const Frame blue(640, 360, 32, 240, 118);
         for (int i = 0; i < 3; ++i)
             QVERIFY(s.feed(&blue.rec));
+        info->refreshDisplay();
         pump();
         QCOMPARE(info->paintCount(), paints);
         p->bMute = true;
