@@ -159,18 +159,14 @@ private slots:
     // flood of sentences from a host thread.
     void bandAboveTheStripAndFlooded()
     {
-        Gallery g(QSize(1280, 720));
+        Gallery g(QSize(1280, 720), 5);
         QVERIFY(QTest::qWaitForWindowExposed(&g.parent));
-        g.add(5);
-        KXScreen_JoinMeetingFinish(g.h);
         g.setMode(6);
         KXScreen_OpenSubtitle(g.h, true);
-        // Blue pictures until every tile on screen shows one (a tile just placed
+        // Grey pictures until every tile on screen shows one (a tile just placed
         // ignores frames for a moment), then the gallery as it looks.
-        Frame f(640, 360, 32, 240, 118);
         QVERIFY(QTest::qWaitFor([&]() {
-            std::thread([&]() { for (void* p : g.handles) KXScreen_PlayFrame(g.h, p, &f.rec); }).join();
-            QCoreApplication::processEvents();
+            g.feed();
             const QVector<tagPersonInfo*> shown = g.shown();
             return std::none_of(shown.begin(), shown.end(), [](tagPersonInfo* p) { return p->pWidget->isNoVideo(); });
         }, 5000));
@@ -210,20 +206,16 @@ private slots:
 
         const int layoutsBefore = band(g)->layoutCount();
         // The interface thread is held in join() meanwhile: everything is queued.
-        std::thread host([&]() {
+        std::thread([&]() {
             QByteArray longText(100000, 'w'), name("Cy");
             for (int i = 0; i < 1000; ++i) {
                 QByteArray text = "sentence " + QByteArray::number(i);
-                char* t = i % 10 ? text.data() : longText.data();
-                KXScreen_AddSentence(g.h, i % 2, i / 2, i % 7 ? name.data() : nullptr, t);
+                KXScreen_AddSentence(g.h, i % 2, i / 2, i % 7 ? name.data() : nullptr, i % 10 ? text.data() : longText.data());
             }
-        });
-        host.join();
+        }).join();
         QTRY_VERIFY(band(g)->isVisible());
         QCOMPARE(band(g)->store().sentences().last().index, 499);
         QCOMPARE(band(g)->store().size(), SentenceStore::kMaxSentences);
-        for (const SentenceStore::Sentence& s : band(g)->store().sentences())
-            QVERIFY(s.text.size() <= SentenceStore::kMaxTextChars);
         // A thousand calls, one layout.
         QVERIFY(band(g)->layoutCount() - layoutsBefore <= 2);
     }
