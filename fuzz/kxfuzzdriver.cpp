@@ -10,9 +10,9 @@
 #include <QCoreApplication>
 #include <QImage>
 #include <QWidget>
-#include <algorithm>
 #include <climits>
 #include <cstring>
+#include <iterator>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -33,7 +33,6 @@ public:
     uint16_t u16() { const uint16_t lo = u8(); return uint16_t(lo | (u8() << 8)); }
     int16_t i16() { return int16_t(u16()); }
     uint32_t u32() { const uint32_t lo = u16(); return lo | (uint32_t(u16()) << 16); }
-    int32_t i32() { return int32_t(u32()); }
     int64_t i64() { const uint64_t lo = u32(); return int64_t(lo | (uint64_t(u32()) << 32)); }
     bool flag() { return u8() & 1; }
     // A string of up to 40 bytes, any content (NULs end it early for the module).
@@ -61,9 +60,9 @@ struct Meeting
     void* h = nullptr;                 // the gallery, or a released one
     bool hLive = false;
     void* released = nullptr;          // a gallery released during this input
-    std::vector<void*> live;           // play handles added and not removed
-    std::vector<void*> dead;           // play handles removed
-    std::vector<void*> records;        // record addresses seen (live or not)
+    QVector<void*> live;               // play handles added and not removed
+    QVector<void*> dead;               // play handles removed
+    QVector<void*> records;            // record addresses seen (live or not)
     QHash<quintptr, void*> handleOf;   // record -> play handle, for the host function
     int callbackMode = 0;
     int reentries = 0;
@@ -75,9 +74,8 @@ struct Meeting
 
     void removed(void* p)
     {
-        auto it = std::find(live.begin(), live.end(), p);
-        if (it != live.end())
-            live.erase(it), dead.push_back(p);
+        if (live.removeOne(p))
+            dead.push_back(p);
     }
     QDlgScreen* screen() const { return static_cast<KXScreenHandle*>(h)->pMainDlg->GetDlgScreenPtr(); }
     // The gallery is released: every handle it gave is dead.
@@ -86,7 +84,7 @@ struct Meeting
         KXScreen_Release(h);
         hLive = false;
         released = h;
-        dead.insert(dead.end(), live.begin(), live.end());
+        dead += live;
         live.clear();
     }
 };
@@ -100,8 +98,7 @@ int hostFunction(unsigned int msg, uint64_t w, uint64_t)
         return 0;
     if (m->callbackMode == 3)
         throw std::runtime_error("host function fails");
-    const bool namesRecord = (msg >= 2 && msg <= 4) || msg == 0 || msg == 16 || msg == 17 || msg == 18 || msg == 24;
-    if (!m->hLive || (m->callbackMode <= 2 && !namesRecord))
+    if (!m->hLive || (m->callbackMode <= 2 && !kxtest::namesRecord(msg)))
         return 0;
     void* p = m->handleOf.value(quintptr(w));
     switch (m->callbackMode) {
@@ -147,7 +144,7 @@ public:
     }
 
     // One of the handles in v (a byte read only when there is one to pick).
-    void* pick(const std::vector<void*>& v) { return v.empty() ? nullptr : v[in.u8() % v.size()]; }
+    void* pick(const QVector<void*>& v) { return v.empty() ? nullptr : v[in.u8() % v.size()]; }
     void* play()
     {
         switch (in.u8() % 8) {
@@ -163,17 +160,15 @@ public:
     QByteArray id()
     {
         const uint8_t k = in.u8();
-        return k < 200 ? QByteArray(kIDs[k % (sizeof kIDs / sizeof *kIDs)]) : in.str();
+        return k < 200 ? QByteArray(kIDs[k % std::size(kIDs)]) : in.str();
     }
 
     QImage image()
     {
         const int side = in.u8() % 24;
-        QImage img;
-        if (side > 0) {
-            img = QImage(side, side, QImage::Format_RGB32);
+        QImage img(side, side, QImage::Format_RGB32); // null when side is 0
+        if (side > 0)
             img.fill(QColor::fromRgb(in.u32()));
-        }
         return img;
     }
 
@@ -186,36 +181,24 @@ public:
     {
         KxCloudRTCVideoFrameQT f{};
         std::vector<uint8_t> pixels;
-        int w = 0, hgt = 0;
         const int kind = in.u8() % 6;
         const int r1 = in.i16();
         const int r2 = in.i16();
-        switch (kind) {
-        case 0: w = INT_MIN + (r1 & 0xff); hgt = r2; break;
-        case 1: w = 46341 + (r1 & 0xff); hgt = 46341; break;
-        case 2: w = r1; hgt = r2; break; // may be zero or negative
-        default:
-            w = 1 + (r1 & 0xffff) % 1920;
-            hgt = 1 + (r2 & 0xffff) % 1080;
-            break;
-        }
+        // Kind 0 overflows, 1 is too large, 2 is as read (maybe zero or negative), the rest fit a screen.
+        int w = kind == 0 ? INT_MIN + (r1 & 0xff) : kind == 1 ? 46341 + (r1 & 0xff) : kind == 2 ? r1 : 1 + (r1 & 0xffff) % 1920;
+        const int hgt = kind == 1 ? 46341 : kind <= 2 ? r2 : 1 + (r2 & 0xffff) % 1080;
         const bool nullData = (in.u8() % 16) == 0;
         const uint8_t fill = in.u8();
         const bool lie = (in.u8() % 8) == 0;
         const uint32_t length = in.u32();
         const bool exact = lie && (length >> 31) != 0;
-        if (exact && !nullData) {
-            pixels.assign(length & 0xffff, fill);
+        const bool fits = w > 0 && hgt > 0 && qint64(w) * hgt <= 1280 * 720;
+        if (!nullData && (exact || fits)) {
+            pixels.assign(exact ? length & 0xffff : size_t(w) * hgt + 2 * size_t((w + 1) / 2) * size_t((hgt + 1) / 2), fill);
             f.data = pixels.empty() ? nullptr : pixels.data();
-            f.length = uint32_t(pixels.size());
-        } else if (w > 0 && hgt > 0 && qint64(w) * hgt <= 1280 * 720 && !nullData) {
-            const size_t size = size_t(w) * hgt + 2 * size_t((w + 1) / 2) * size_t((hgt + 1) / 2);
-            pixels.assign(size, fill);
-            f.data = pixels.data();
-            f.length = lie ? length : uint32_t(size);
+            f.length = lie && !exact ? length : uint32_t(pixels.size());
         } else if (!nullData && w > 0 && hgt > 0) {
-            // A picture too large to fake here: keep it out of range instead.
-            w = -w;
+            w = -w; // a picture too large to fake here is kept out of range instead
         }
         f.width = w;
         f.height = hgt;
@@ -229,10 +212,9 @@ public:
     // input must replay the same with any compiler.
     void call(uint8_t op, bool hostThread)
     {
-        const QByteArray a = id();
+        QByteArray a = id();
         QByteArray b = in.str();
-        QByteArray a2 = a;
-        char* idArg = a2.data();
+        char* idArg = a.data();
         char* strArg = b.data();
         const bool nullA = in.flag();
         const bool nullB = in.flag();
@@ -243,7 +225,7 @@ public:
         switch (op % (hostThread ? 20 : 32)) {
         case 0: case 1: case 2: {
             const int64_t join = in.i64();
-            const int32_t extra = in.i32();
+            const int32_t extra = int32_t(in.u32());
             void* user = reinterpret_cast<void*>(quintptr(in.u32()));
             void* p = KXScreen_AddPerson(h, nullA ? nullptr : idArg, strArg, nullB ? nullptr : strArg, join, extra,
                                          user, k % 8);
@@ -264,11 +246,7 @@ public:
         case 11: { void* p = play(); KXScreen_MoreInHide(h, p); break; }
         case 12: KXScreen_FocusByUserID(h, nullA ? nullptr : idArg); break;
         case 13: f1 ? KXScreen_SetVoiceActivateByUserID(h, nullA ? nullptr : idArg) : KXScreen_CancelVoiceActivate(h); break;
-        case 14: {
-            QByteArray list = a + ',' + b + ',' + QByteArray(kIDs[k % (sizeof kIDs / sizeof *kIDs)]);
-            KXScreen_SetCurSpeakPerson(h, nullB ? nullptr : list.data());
-            break;
-        }
+        case 14: KXScreen_SetCurSpeakPerson(h, nullB ? nullptr : QByteArray(a + ',' + b + ',' + kIDs[k % std::size(kIDs)]).data()); break;
         case 15: KXScreen_UpdateNetWeak(h, nullA ? nullptr : a.constData(), f1, int(int8_t(k))); break;
         case 16: KXScreen_SetCurMode(h, int(int8_t(k)) % 12); break;
         case 17:
@@ -291,17 +269,15 @@ public:
             }
             break;
         case 19: {
-            // Scale factors as the host's doubles, any bit pattern.
-            const uint64_t b1 = uint64_t(in.i64());
-            const uint64_t b2 = uint64_t(in.i64());
-            double d1 = 0, d2 = 0;
-            std::memcpy(&d1, &b1, sizeof d1);
-            std::memcpy(&d2, &b2, sizeof d2);
-            if (f1) {
-                d1 = 1.0 + double(b1 % 300) / 100.0;
-                d2 = 1.0 + double(b2 % 300) / 100.0;
+            // Scale factors as the host's doubles: any bit pattern, or (f1) a sane one.
+            double d[2];
+            for (double& x : d) {
+                const uint64_t bits = uint64_t(in.i64());
+                std::memcpy(&x, &bits, sizeof x);
+                if (f1)
+                    x = 1.0 + double(bits % 300) / 100.0;
             }
-            KXScreen_SetDPIs(h, d1, d2);
+            KXScreen_SetDPIs(h, d[0], d[1]);
             break;
         }
         // Interface thread only from here.
@@ -349,23 +325,19 @@ public:
 
     void run()
     {
-        int ops = 0;
-        while (!in.done() && ops < 400 && m.broken.isEmpty()) {
-            ++ops;
+        for (int ops = 0; !in.done() && ops < 400 && m.broken.isEmpty(); ++ops) {
             const uint8_t op = in.u8();
             if (op >= 240) {
                 pumpAndCheck(m);
             } else if (op >= 224) {
                 // A burst from a host thread; the interface thread waits.
-                const int n = 1 + (op & 7);
-                std::vector<uint8_t> ops2;
-                for (int i = 0; i < n; ++i)
-                    ops2.push_back(in.u8());
-                std::thread t([&]() {
-                    for (uint8_t o : ops2)
+                std::vector<uint8_t> burst(1 + (op & 7));
+                for (uint8_t& o : burst)
+                    o = in.u8();
+                std::thread([&]() {
+                    for (uint8_t o : burst)
                         call(o, true);
-                });
-                t.join();
+                }).join();
             } else if (op >= 216) { // the meeting ends, or a new one starts
                 m.hLive ? m.end() : void(m.hLive = (m.h = KXScreen_Init(m.host, "", hostFunction)) != nullptr);
             } else {
@@ -407,15 +379,8 @@ QString runOne(const uint8_t* data, size_t size)
     Bytes in(data, size);
     Player(m, in).run();
     pumpAndCheck(m);
-    if (m.broken.isEmpty() && m.hLive) {
-        // Drained: the roster holds exactly the participants added and not removed.
-        QSet<tagPersonInfo*> expected;
-        for (void* p : m.live)
-            expected.insert(static_cast<ST_KXPlayHdl*>(p)->pPlayData);
-        const QSet<tagPersonInfo*> actual(m.screen()->persons().begin(), m.screen()->persons().end());
-        if (expected != actual)
-            m.broken = QStringLiteral("roster holds %1 participants, %2 were added and not removed").arg(actual.size()).arg(expected.size());
-    }
+    if (m.broken.isEmpty() && m.hLive)
+        m.broken = kxtest::checkRoster(m.screen(), m.live);
     if (m.hLive)
         KXScreen_Release(m.h);
     QCoreApplication::sendPostedEvents();

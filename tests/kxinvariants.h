@@ -6,12 +6,19 @@
 
 #include "cplaywidget.h"
 #include "personinfo.h"
+#include "platform.h"
 #include "qdlgscreen.h"
 #include "qkxscreenconfig.h"
 
 #include <QSet>
 
 namespace kxtest {
+
+// The host notifications whose wParam names a participant's record.
+inline bool namesRecord(unsigned int msg)
+{
+    return msg == 0 || (msg >= 2 && msg <= 4) || msg == 16 || msg == 17 || msg == 18 || msg == 24;
+}
 
 // An empty string when the controller is consistent, else what is broken.
 inline QString checkGallery(QDlgScreen* s)
@@ -63,6 +70,21 @@ inline QString checkGallery(QDlgScreen* s)
     const int idx = s->pageIndex();
     if (idx < 0 || (n == 0 && idx != 0) || (n > 0 && idx > 0 && idx * 6 >= n))
         return QStringLiteral("page index %1 with %2 participants").arg(idx).arg(n);
+    return QString();
+}
+
+// Drained, the roster must hold exactly the participants of the play handles in
+// live (handles added and not removed). Empty, or what differs.
+template <typename Handles> QString checkRoster(QDlgScreen* s, const Handles& live)
+{
+    QSet<tagPersonInfo*> expected;
+    for (void* p : live) {
+        if (!kxplatform::isReadable(p, sizeof(ST_KXPlayHdl)))
+            return QStringLiteral("live play handle %1 is dead").arg(quintptr(p), 0, 16);
+        expected.insert(static_cast<ST_KXPlayHdl*>(p)->pPlayData);
+    }
+    if (QSet<tagPersonInfo*>(s->persons().begin(), s->persons().end()) != expected || s->persons().size() != int(live.size()))
+        return QStringLiteral("the roster holds %1, %2 were added and not removed").arg(s->persons().size()).arg(live.size());
     return QString();
 }
 

@@ -48,8 +48,7 @@ std::atomic<int> g_stale{0}, g_notices{0};
 int chaosHost(unsigned int msg, uint64_t w, uint64_t)
 {
     ++g_notices;
-    const bool named = msg == 0 || (msg >= 2 && msg <= 4) || msg == 16 || msg == 17 || msg == 18 || msg == 24;
-    if (named && !kxplatform::isReadable(reinterpret_cast<void*>(quintptr(w)), sizeof(ST_PersonInfo)))
+    if (namesRecord(msg) && !kxplatform::isReadable(reinterpret_cast<void*>(quintptr(w)), sizeof(ST_PersonInfo)))
         ++g_stale;
     return 0;
 }
@@ -118,14 +117,13 @@ public:
     }
 
 private:
-    // Mostly the live module handle, sometimes one the module must refuse
-    // (the fifth kind is a play handle where the module handle belongs).
-    void* screen(bool* good)
+    // A module handle and whether it is the live one: mostly it is, sometimes it is one the module
+    // must refuse (the fifth kind is a play handle where the module handle belongs).
+    std::pair<void*, bool> screen()
     {
         const int k = r.below(40);
         void* bad[] = {nullptr, m.releasedScreen, &m.fakeScreen, reinterpret_cast<void*>(quintptr(0xdeadbeef))};
-        *good = k > 4;
-        return k < 4 ? bad[k] : k == 4 ? m.anyLive(r) : m.h;
+        return {k < 4 ? bad[k] : k == 4 ? m.anyLive(r) : m.h, k > 4};
     }
 
     // A per-participant call with a play handle of a random kind: live (75 %),
@@ -134,8 +132,7 @@ private:
     template <typename F> void withPlay(const char* what, F call)
     {
         const bool isDel = qstrcmp(what, "DelPerson") == 0;
-        bool good = false;
-        void* h = screen(&good);
+        const auto [h, good] = screen();
         const int kind = isDel ? 75 + r.below(25) : r.below(100); // live ones are claimed first (delPerson)
         if (kind < 75) {
             if (call(h, m.anyLive(r)) && !good)
@@ -195,8 +192,7 @@ private:
         default: break;
         }
         // Calls that take the module handle only.
-        bool good = false;
-        void* h = screen(&good);
+        const auto [h, good] = screen();
         char* idArg = nullArg ? nullptr : id.data();
         QByteArray list = id + ',' + kIDs[r.below(11)];
         const int res = d < 78 ? KXScreen_UpdateNetWeak(h, idArg, r.chance(50), r.range(-1, 7))
@@ -221,8 +217,7 @@ private:
 
     void addPerson(QByteArray& id, QByteArray& name)
     {
-        bool good = false;
-        void* h = screen(&good);
+        const auto [h, good] = screen();
         QByteArray extra = "x" + QByteArray::number(r.below(1000));
         const qint64 join = r.chance(90) ? qint64(r.range(0, 5000)) : (r.chance(50) ? LLONG_MIN : LLONG_MAX);
         void* p = KXScreen_AddPerson(h, r.chance(3) ? nullptr : id.data(), r.chance(3) ? nullptr : extra.data(),
@@ -239,8 +234,7 @@ private:
         void* p = r.chance(70) ? m.anyLive(r, true) : nullptr;
         if (!p)
             return withPlay("DelPerson", [&](void* h, void* q) { return KXScreen_DelPerson(h, q); });
-        bool good = false;
-        void* h = screen(&good);
+        const auto [h, good] = screen();
         if (KXScreen_DelPerson(h, p) != (good ? 1 : 0))
             m.fail(QStringLiteral("DelPerson of a live handle with a %1 module handle").arg(good ? "live" : "bad"));
         good ? m.removed(p) : m.added(p); // refused: still live
@@ -265,14 +259,13 @@ private:
         f.data = nullData ? nullptr : m_pixels.data();
         f.width = w;
         f.height = hgt;
-        auto play = [&](void* h, void* p) {
+        withPlay("PlayFrame", [&](void* h, void* p) {
             const int res = KXScreen_PlayFrame(h, p, &f);
             m.frames += res;
             if (!valid && res)
                 m.fail(QStringLiteral("a refused %1x%2 frame was taken").arg(w).arg(hgt));
             return res;
-        };
-        withPlay("PlayFrame", play);
+        });
     }
 
     Run& m;
@@ -398,20 +391,15 @@ void TstChaos::runSeed(quint64 seed, int ops)
             break; // the last round's work is left queued: the release must cope
         pump();
         check("drained");
-        // Drained, the roster is exactly the participants added and not removed.
-        QSet<tagPersonInfo*> expected;
-        for (void* p : qAsConst(run.live)) {
-            if (!alive(p) || static_cast<KXScreenHandle*>(run.h)->hadDelPlay(p))
-                run.fail(QStringLiteral("live play handle %1 is dead or listed as released").arg(quintptr(p), 0, 16));
-            else
-                expected.insert(recordOf(p));
-        }
-        if (QSet<tagPersonInfo*>(s->persons().begin(), s->persons().end()) != expected || s->persons().size() != run.live.size())
-            run.fail(QStringLiteral("the roster holds %1, %2 were added and not removed").arg(s->persons().size()).arg(run.live.size()));
+        for (void* p : qAsConst(run.live))
+            if (static_cast<KXScreenHandle*>(run.h)->hadDelPlay(p))
+                run.fail(QStringLiteral("live play handle %1 is listed as released").arg(quintptr(p), 0, 16));
+        const QString roster = checkRoster(s, run.live);
+        if (!roster.isEmpty())
+            run.fail(roster);
         if (!run.live.isEmpty()) // the forged handle that points at a real record gets a real one
             run.fakePlay[1].pPlayData = recordOf(run.live.at(ui.below(run.live.size())));
     }
-    run.fakePlay[1].pPlayData = nullptr;
     QVector<tagPersonInfo*> records;
     for (void* p : qAsConst(run.live))
         records.append(recordOf(p));
@@ -425,7 +413,6 @@ void TstChaos::runSeed(quint64 seed, int ops)
         QVERIFY2(!alive(p), qPrintable(QStringLiteral("seed=%1").arg(seed)));
     for (tagPersonInfo* rec : qAsConst(records))
         QVERIFY2(!kxplatform::isReadable(rec, sizeof(ST_PersonInfo)), qPrintable(QStringLiteral("seed=%1").arg(seed)));
-    QVERIFY(run.calls.load() >= qint64(rounds) * kHosts * kRoundOps * 9 / 10);
     QCOMPARE(QKXScreenConfig::getInstance()->callbackCount(), 0);
 }
 
