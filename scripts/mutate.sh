@@ -179,7 +179,10 @@ replace_in() { FROM=$2 TO=$3 perl -0pi -e 's/\Q$ENV{FROM}\E/$ENV{TO}/' "$1"; }
 echo "== copying the sources to $src"
 rm -rf "$src"
 mkdir -p "$src" "$bld"
-git ls-files -co --exclude-standard | grep -v '^build' | tar -cf - -T - | tar -xf - -C "$src"
+# Extracted with the time of the copy (-m): the build directory is kept from
+# run to run, and a run stopped with a mutant built must not leave objects
+# that look newer than the restored sources.
+git ls-files -co --exclude-standard | grep -v '^build' | tar -cf - -T - | tar -xmf - -C "$src"
 
 echo "== building the unmutated copy"
 cmake -S "$src" -B "$bld" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKX_BUILD_BENCH=OFF >/dev/null
