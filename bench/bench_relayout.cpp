@@ -59,12 +59,12 @@ struct Gallery
         KXScreen_MoveWindow(h, QRect(0, 0, 1920, 1080), KXSCREEN_MOVE_SHOW);
         QCoreApplication::processEvents();
         screen = static_cast<KXScreenHandle*>(h)->pMainDlg->GetDlgScreenPtr();
-        QKXScreenConfig::getInstance()->setCurScreenMode(mode);
+        screen->setCurMode(mode);
     }
     ~Gallery()
     {
         KXScreen_Release(h);
-        QKXScreenConfig::getInstance()->setCurScreenMode(1);
+        QKXScreenConfig::getInstance()->setStartMode(1);
         QCoreApplication::processEvents();
     }
 

@@ -368,7 +368,7 @@ QString runOne(const uint8_t* data, size_t size)
     m.host = host;
     m.fakePlay.pPlayData = &m.fakeRecord;
     g_meeting = &m;
-    QKXScreenConfig::getInstance()->setCurScreenMode(1);
+    QKXScreenConfig::getInstance()->setStartMode(1);
     m.h = KXScreen_Init(host, "", hostFunction);
     m.hLive = m.h != nullptr;
     if (!m.hLive)

@@ -1,13 +1,16 @@
 #include "qdlgscreen.h"
 
 #include "cplaywidget.h"
+#include "dlgextscreen.h"
 #include "kxsync.h"
 #include "modulelog.h"
 #include "pagingrules.h"
 #include "personinfo.h"
 #include "qdlgpicinpic.h"
+#include "qdlgplayinfo.h"
 #include "qkxscreenconfig.h"
 #include "qmypagectrl.h"
+#include "sentencestore.h"
 #include "subtitleband.h"
 #include "subtitleplacement.h"
 
@@ -63,57 +66,25 @@ QDlgScreen::QDlgScreen(QWidget* parent)
                                                           : QStringLiteral("leftShow-2x.png")), this);
     m_pCtrlRHide = new QMyPageCtrl(dir + (cfg->m_bNewIcon ? QStringLiteral("rightHide-2x_new.svg")
                                                           : QStringLiteral("rightHide-2x.png")), this);
-    connect(cfg, SIGNAL(clickPageCtl(QWidget*)), this, SLOT(onClickPageCtl(QWidget*)));
+    for (int i = 0; pageCtrl(i); ++i)
+        connect(pageCtrl(i), &QMyPageCtrl::clickPageCtl, this, &QDlgScreen::onClickPageCtl);
     m_pSubtitleBand = new SubtitleBand(this);
-    m_pSubtitleBand->setOpen(cfg->m_bSubtitleOpen);
+    m_pSubtitleBand->setOpen(m_bSubtitleOpen);
 
-    // Every export that changes the gallery reaches it through these: direct
-    // when the host calls on the interface thread, queued from any other.
-    connect(cfg, &QKXScreenConfig::modSignalMove, this, &QDlgScreen::onModMove);
-    connect(cfg, &QKXScreenConfig::modSignalAllLook, this, &QDlgScreen::onModAllLook);
-    connect(cfg, &QKXScreenConfig::modSignalLookLock, this, &QDlgScreen::onModLookLock);
-    connect(cfg, &QKXScreenConfig::modSignalPreviewMute, this, &QDlgScreen::onModPreview);
-    connect(cfg, &QKXScreenConfig::modSignalDelPerson, this, &QDlgScreen::onModDelPerson);
-    connect(cfg, &QKXScreenConfig::modSignalMeetingMode, this, &QDlgScreen::onMeetingMode);
-    connect(cfg, &QKXScreenConfig::modSignalScreenToolbar, this, &QDlgScreen::onModScreenToolbar);
-    connect(cfg, &QKXScreenConfig::modSignalAudioMute, this, &QDlgScreen::onModAudioMute);
-    connect(cfg, &QKXScreenConfig::modSignalPersonInfo, this, &QDlgScreen::onModPersonInfo);
-    connect(cfg, &QKXScreenConfig::modSignalVolume, this, &QDlgScreen::onModVolume);
-    connect(cfg, &QKXScreenConfig::modSignalAddPerson, this, &QDlgScreen::onModAddPerson);
-    // The frame path emits this from the interface thread only, on the turn
-    // after the frame (see playFrame).
-    connect(cfg, &QKXScreenConfig::playFrameUpdateUI, this, &QDlgScreen::onPlayFrameUpdateUI);
-    connect(cfg, &QKXScreenConfig::modSignalFocusByUserID, this, &QDlgScreen::onModFocusByUserID);
-    connect(cfg, &QKXScreenConfig::modSignalSwitchMode, this, &QDlgScreen::onModSwitchMode);
-    connect(cfg, &QKXScreenConfig::notifyUpdatePersonInfo, this, &QDlgScreen::onNotifyUpdateUserInfo);
-    connect(cfg, &QKXScreenConfig::modSignalMoreInHide, this, &QDlgScreen::onModMoreInHide);
-    connect(cfg, &QKXScreenConfig::modSignalSetScreenMode, this, &QDlgScreen::onModSetScreenMode);
-    connect(cfg, &QKXScreenConfig::modSignalJoinMeetingFinish, this, &QDlgScreen::onModJoinMeetingFinish);
-    connect(cfg, &QKXScreenConfig::notifyClickExtPlayWidget, this, &QDlgScreen::onNotifyClickExtPlayWidget);
-    connect(cfg, &QKXScreenConfig::notifyPicInPicOne, this, &QDlgScreen::onSetPicInPicOne);
-    connect(cfg, &QKXScreenConfig::notifyPicInPicMutil, this, &QDlgScreen::onSetPicInPicMutil);
-    connect(cfg, &QKXScreenConfig::notifyPicInPicChangePage, this, &QDlgScreen::onPicInPicChangePage);
-    connect(cfg, &QKXScreenConfig::notifyClickPicInPicPlayWidget, this, &QDlgScreen::onClickPicInPicPlayWidget);
-    connect(cfg, &QKXScreenConfig::modSignalVoiceActivate, this, &QDlgScreen::onModVoiceActivate);
-    connect(cfg, &QKXScreenConfig::modSignalCancelVoiceActivate, this, &QDlgScreen::onModCancelVoiceActivate);
-    connect(cfg, &QKXScreenConfig::modSignalSetSpeakList, this, &QDlgScreen::onModSetSpeakList);
-    connect(cfg, &QKXScreenConfig::notifyClickAudioCtrl, this, &QDlgScreen::onClickAudioCtl);
-    connect(cfg, &QKXScreenConfig::notifyClickMore, this, &QDlgScreen::onClickMore);
-    // Exports whose slots the table above does not name.
-    connect(cfg, &QKXScreenConfig::modSignalHasMic, this, &QDlgScreen::onModHasMic);
-    connect(cfg, &QKXScreenConfig::notifyRecallPerson, this, &QDlgScreen::onRecallPerson);
-    connect(cfg, &QKXScreenConfig::modSignalSetSharePause, this, &QDlgScreen::onModSetSharePause);
-    connect(cfg, &QKXScreenConfig::modSignalPrimaryScreenChanged, this, &QDlgScreen::onModPrimaryScreenChanged);
-    connect(cfg, &QKXScreenConfig::modSignalStartLocalShare, this, &QDlgScreen::onModStartLocalShare);
-    connect(cfg, &QKXScreenConfig::modSignalStopLoaclShare, this, &QDlgScreen::onModStopLocalShare);
-    connect(cfg, &QKXScreenConfig::modSignalSetShareWatermark, this, &QDlgScreen::onModSetShareWatermark);
-    connect(cfg, &QKXScreenConfig::modSignalShareWhiteBoard, this, &QDlgScreen::onModShareWhiteBoard);
-    connect(cfg, &QKXScreenConfig::modSignalReposShareWgtPos, this, &QDlgScreen::onModReposShareWgtPos);
-    connect(cfg, &QKXScreenConfig::modSignalUpdateNetWeak, this, &QDlgScreen::onModUpdateNetWeak);
-    connect(cfg, &QKXScreenConfig::modSignalAddSubtitle, this, &QDlgScreen::onModAddSubtitle);
-    connect(cfg, &QKXScreenConfig::modSignalClearSubtitles, this, &QDlgScreen::onModClearSubtitles);
-    connect(cfg, &QKXScreenConfig::modSignalOpenSubtitle, this, &QDlgScreen::onModOpenSubtitle);
-    connect(cfg, &QKXScreenConfig::modSignalMeetingRoomMinimized, this, &QDlgScreen::onModMeetingRoomMinimized);
+    // The floating window's controls and tiles report to this gallery only.
+    connect(m_pPicInPic, &QDlgPicInPic::notifyPicInPicOne, this, &QDlgScreen::onSetPicInPicOne);
+    connect(m_pPicInPic, &QDlgPicInPic::notifyPicInPicMutil, this, &QDlgScreen::onSetPicInPicMutil);
+    connect(m_pPicInPic, &QDlgPicInPic::notifyPicInPicChangePage, this, &QDlgScreen::onPicInPicChangePage);
+    connect(m_pPicInPic, &QDlgPicInPic::notifyClickPicInPicPlayWidget, this, &QDlgScreen::onClickPicInPicPlayWidget);
+    for (int i = 0; m_pPicInPic->tile(i); ++i)
+        adoptTile(m_pPicInPic->tile(i));
+    // Queued: a reordering runs after the current event, never nested inside
+    // the code that asked for it (which may still hold records the relayout's
+    // notifications let the host remove).
+    connect(this, &QDlgScreen::notifyDisplayOrder, this, &QDlgScreen::onDisplayOrder, Qt::QueuedConnection);
+    // A new gallery starts in the layout the host set last.
+    m_iCurMode = cfg->startMode();
+    m_bMeetingRoomMinimized = cfg->m_bMeetingRoomMinimized.load();
 
     m_pSpeakerTimer = new QTimer(this);
     m_pSpeakerTimer->setSingleShot(true);
@@ -134,13 +105,6 @@ QDlgScreen::~QDlgScreen()
         killTimer(m_iVideoMuteTimerId);
     m_iVideoMuteTimerId = 0;
     releasePlayWidget();
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
-    // Drop the configuration's references to our widgets.
-    if (cfg->m_pFocusPlayWidget == m_pFocusPlayWidget)
-        cfg->m_pFocusPlayWidget = nullptr;
-    cfg->m_pMaxPlayWidget = nullptr;
-    cfg->m_pSecondBigPlayWidget = nullptr;
-    cfg->m_pBigPlayWidget = nullptr;
     // Its tiles' records go with the gallery; the filter must not see the
     // window's last events after this point.
     m_pPicInPic->removeEventFilter(this);
@@ -151,24 +115,110 @@ QDlgScreen::~QDlgScreen()
 
 void QDlgScreen::InitPlayWidget()
 {
-    for (int i = 0; i < 8; ++i) {
+    for (int i = 0; i < 9; ++i) {
         auto* tile = new CPlayWidget(this);
-        m_mapPlay.insert(tile, nullptr);
+        if (i < 8)
+            m_mapPlay.insert(tile, nullptr);
+        else
+            m_pFocusPlayWidget = tile;
         connect(tile, &CPlayWidget::mouseLDClick, this, &QDlgScreen::onLeftBtnDBClick);
         connect(tile, &CPlayWidget::notifyPlayStatusChange, this, &QDlgScreen::onPlayStatusChange);
         connect(tile, &CPlayWidget::mouseLClick, this, &QDlgScreen::onPlayWidgetLBtnClick);
+        adoptTile(tile);
     }
-    m_pFocusPlayWidget = new CPlayWidget(this);
     m_pFocusPlayWidget->setFocusTile(true);
-    connect(m_pFocusPlayWidget, &CPlayWidget::mouseLDClick, this, &QDlgScreen::onLeftBtnDBClick);
-    connect(m_pFocusPlayWidget, &CPlayWidget::notifyPlayStatusChange, this, &QDlgScreen::onPlayStatusChange);
-    connect(m_pFocusPlayWidget, &CPlayWidget::mouseLClick, this, &QDlgScreen::onPlayWidgetLBtnClick);
-    QKXScreenConfig::getInstance()->m_pFocusPlayWidget = m_pFocusPlayWidget;
-    // Queued: a reordering runs after the current event, never nested inside
-    // the code that asked for it (which may still hold records the relayout's
-    // notifications let the host remove).
-    connect(QKXScreenConfig::getInstance(), &QKXScreenConfig::notifyDisplayOrder, this, &QDlgScreen::onDisplayOrder,
-            Qt::QueuedConnection);
+}
+
+void QDlgScreen::adoptTile(CPlayWidget* tile)
+{
+    QDlgPlayInfo* overlay = tile->playInfo();
+    if (!overlay)
+        return;
+    overlay->setGalleryState(&m_state);
+    connect(overlay, &QDlgPlayInfo::notifyClickAudioCtrl, this, &QDlgScreen::onClickAudioCtl);
+    connect(overlay, &QDlgPlayInfo::notifyClickMore, this, &QDlgScreen::onClickMore);
+    connect(overlay, &QDlgPlayInfo::notifyRecallPerson, this, &QDlgScreen::onRecallPerson);
+}
+
+void QDlgScreen::runFromHost(Work kind, tagPersonInfo* person, std::function<void()> f, qint64 sub,
+                             const QString& name)
+{
+    if (kxsync::onInterfaceThread())
+        f();
+    else
+        queueFromHost(kind, person, std::move(f), sub, name);
+}
+
+void QDlgScreen::queueFromHost(Work kind, tagPersonInfo* person, std::function<void()> f, qint64 sub,
+                               const QString& name)
+{
+    kxwork::PendingWork::Key key;
+    key.kind = kind;
+    key.sub = sub;
+    key.name = name;
+    kxwork::PendingWork::Policy policy;
+    if (person) {
+        // The serial is read while the record is certainly alive (the caller
+        // holds it); when the work runs, only this gallery's books are asked.
+        const quint64 serial = person->serial;
+        key.target = person;
+        key.serial = serial;
+        f = [this, person, serial, f = std::move(f)]() {
+            if (!mayRunFor(person, serial)) {
+                KXLOG << "testDelPerson: queued work dropped, the participant has left, pPerson:"
+                      << static_cast<void*>(person);
+                return;
+            }
+            f();
+        };
+    }
+    if (kind == WorkCaption) {
+        // A caption revised while it waits keeps its line; no more wait than
+        // the captions keep.
+        policy.inPlace = true;
+        policy.cap = kxsubtitle::SentenceStore::kMaxSentences;
+    }
+    if (m_pending.put(key, std::move(f), policy))
+        kxsync::post(this, [this]() { drainQueued(); });
+}
+
+void QDlgScreen::dropQueued(Work kind)
+{
+    m_pending.drop(kind);
+}
+
+void QDlgScreen::drainQueued()
+{
+    // Work queued meanwhile (also by what runs here) asks for a drain of its own.
+    for (std::function<void()>& f : m_pending.takeAll()) {
+        if (m_bRetired)
+            return;
+        f();
+    }
+}
+
+void QDlgScreen::retire()
+{
+    if (m_bRetired)
+        return;
+    KXLOG << "[ScreenMod]gallery retired:" << static_cast<void*>(this);
+    m_bRetired = true;
+    m_pending.takeAll();
+    if (m_iCheckTimerId)
+        killTimer(m_iCheckTimerId);
+    m_iCheckTimerId = 0;
+    if (m_iVideoMuteTimerId)
+        killTimer(m_iVideoMuteTimerId);
+    m_iVideoMuteTimerId = 0;
+    m_pSpeakerTimer->stop();
+    m_bPicInPicOwnChange = true;
+    m_pPicInPic->hide();
+    m_bPicInPicOwnChange = false;
+    if (m_pExtScreen)
+        m_pExtScreen->closeWindow();
+    if (parentWidget())
+        parentWidget()->hide();
+    hide();
 }
 
 void QDlgScreen::initModSlotMap()
@@ -231,7 +281,6 @@ void QDlgScreen::resizeEvent(QResizeEvent* event)
     if (m_pCtrlRHide)
         m_pCtrlRHide->move(W - m_pCtrlRHide->width() - W / 6 + 2, (H - m_pCtrlRHide->height()) / 2);
     reposPlayWnd();
-    QKXScreenConfig::getInstance()->m_rcDest = geometry();
     QDialog::resizeEvent(event);
 }
 
@@ -273,6 +322,15 @@ void QDlgScreen::closeEvent(QCloseEvent* event)
     event->ignore();
 }
 
+void QDlgScreen::onModMoveParent(QWidget* parent)
+{
+    QWidget* dlg = parentWidget();
+    if (!dlg)
+        return;
+    dlg->setParent(parent);
+    dlg->show();
+}
+
 void QDlgScreen::onModMove(QRect rect, int flags)
 {
     QWidget* dlg = parentWidget();
@@ -311,7 +369,7 @@ void QDlgScreen::onModClearSubtitles()
 
 void QDlgScreen::onModOpenSubtitle(bool bOpen)
 {
-    QKXScreenConfig::getInstance()->m_bSubtitleOpen = bOpen;
+    m_bSubtitleOpen = bOpen;
     m_pSubtitleBand->setOpen(bOpen);
 }
 
@@ -326,7 +384,7 @@ QStringList QDlgScreen::subtitles() const
 void QDlgScreen::placeSubtitleBand()
 {
     kxsubtitle::GalleryState g;
-    g.mode = QKXScreenConfig::getInstance()->curScreenMode();
+    g.mode = curMode();
     // Full screen without its tile falls back to the equal-cut pass.
     if (g.mode == 9 && !m_pMaxPlayWnd)
         g.mode = 1;

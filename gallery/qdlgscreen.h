@@ -1,6 +1,8 @@
 #ifndef KX_QDLGSCREEN_H
 #define KX_QDLGSCREEN_H
 
+#include "gallerystate.h"
+#include "pendingwork.h"
 #include "speakerhold.h"
 
 #include <QDialog>
@@ -33,7 +35,13 @@ struct OrderItem;
 
 // The gallery controller: the roster, the tile pool, ordering, paging, stream
 // types and the layouts. Lives on the interface thread; only AddMeetingPerson
-// and playFrame run on host threads.
+// and playFrame run on host threads, and work the host's threads give it
+// waits in its own queue (runFromHost).
+//
+// Each gallery is whole in itself: its layout, its share and external-screen
+// state, its floating window, its captions. The exports of a handle reach
+// that handle's gallery only, and the gallery's own widgets (tiles' overlays,
+// page controls, the floating window) report to it alone.
 //
 // Split by concern over several files: qdlgscreen.cpp (construction, routing),
 // _roster (participants and the tile map), _order (display order), _stream
@@ -52,6 +60,41 @@ public:
 
     // Escape would hide a dialog; the gallery stays until it is released.
     void reject() override {}
+
+    // The kinds of work host threads hand the gallery: one item waits per
+    // participant and kind (or per kind, for the gallery as a whole).
+    enum Work {
+        WorkArrival, WorkRemoval, WorkUserInfo, WorkFrameNotice, WorkPreview, WorkMute, WorkHasMic,
+        WorkPersonInfo, WorkVolume, WorkMoreInHide, WorkHeadImage, WorkUnjoined, WorkAllLook, WorkLookLock,
+        WorkDefStream, WorkFocus, WorkVoice, WorkSpeakList, WorkNetWeak, WorkMode, WorkMove, WorkJoinFinish,
+        WorkPrimaryScreen, WorkLocalShare, WorkWatermark, WorkSharePause, WorkWhiteBoard, WorkReposShare,
+        WorkPicInPic, WorkCaption, WorkClearCaptions, WorkOpenCaptions, WorkRoomMinimized, WorkParent,
+        WorkExtClose, WorkExtUser, WorkPage
+    };
+    // Gallery work from an export: at once on the interface thread; from any
+    // other it waits in the gallery's queue, replacing work of the same key
+    // (person may be null for the gallery as a whole). Work for a participant
+    // is dropped if the participant has left by the time it runs.
+    void runFromHost(Work kind, tagPersonInfo* person, std::function<void()> f, qint64 sub = 0,
+                     const QString& name = QString());
+    // The same, always queued (also from the interface thread).
+    void queueFromHost(Work kind, tagPersonInfo* person, std::function<void()> f, qint64 sub = 0,
+                       const QString& name = QString());
+    // Drops the work of one kind still waiting (any thread).
+    void dropQueued(Work kind);
+    // Items waiting in the queue (any thread).
+    int queuedWork() const { return m_pending.size(); }
+
+    // The gallery is done for (released, or its window destroyed): its windows
+    // hide, its timers stop, work still queued for it is dropped.
+    void retire();
+    bool isRetired() const { return m_bRetired; }
+
+    // The current layout (any thread) and the one to return to.
+    int curMode() const { return m_iCurMode.load(); }
+    void setCurMode(int mode) { m_iCurMode.store(mode); }
+    int preScreenMode() const { return m_iPreScreenMode; }
+    const GalleryState& state() const { return m_state; }
 
     // --- host thread ---------------------------------------------------------
     void* AddMeetingPerson(QString userID, QString qstrExtra, QString userName, qint64 joinTime,
@@ -149,6 +192,8 @@ public:
     // tile of the gallery while the meeting room is not minimised, or a tile
     // of the floating window.
     bool isOnScreen(const tagPersonInfo* person) const;
+    bool isMeetingRoomMinimized() const { return m_bMeetingRoomMinimized; }
+    bool isPrimaryScreen() const { return m_bPrimaryScreen; }
     // The floating window's bindings for the layout as it is now (4 and 9
     // use it; elsewhere it lets its tiles go and hides).
     void placePicInPic();
@@ -165,7 +210,8 @@ public:
     bool extShows(const tagPersonInfo* person) const;
     // Who the external screen shows, after every relayout.
     void updateExtScreen();
-    tagPersonInfo* extSharePerson() const { return m_pExtSharePerson; }
+    // The shares kept for the external screen, outside the roster.
+    const QVector<tagPersonInfo*>& extShares() const { return m_extShares; }
     QWidget* whiteBoardArea() const;
     CPlayWidget* getCurSelPlayWidgetPtr();
 
@@ -176,9 +222,6 @@ public:
     // record is the same one, or it has been freed and is listed as freed
     // (the slots ask that list before anything else).
     bool mayRunFor(void* person, quint64 serial) const;
-    // Runs f on the interface thread after the events queued before it, unless
-    // the participant has left by then (any thread).
-    void postForPerson(tagPersonInfo* person, std::function<void()> f);
 
     // --- state for the host interface and tests --------------------------------
     const QVector<tagPersonInfo*>& persons() const { return m_vecPerson; }
@@ -242,12 +285,17 @@ public slots:
     void onModClearSubtitles();
     void onModOpenSubtitle(bool bOpen);
     void onModMeetingRoomMinimized(bool bMinimized);
+    void onModMoveParent(QWidget* parent);
     void onDisplayOrder(bool bOrderForMute);
     void onKey(int key);
     void onWheel(int delta);
     void onLeftBtnDBClick(CPlayWidget* widget);
     void onPlayStatusChange(CPlayWidget* widget);
     void onPlayWidgetLBtnClick(CPlayWidget* widget);
+
+signals:
+    // The roster is to be ordered again; delivered queued, after the current event.
+    void notifyDisplayOrder(bool bOrderForMute);
 
 protected:
     bool event(QEvent* e) override;
@@ -260,6 +308,13 @@ protected:
 
 private:
     void InitPlayWidget();
+    // A tile of this gallery or of its windows: its overlay reads this
+    // gallery's state and reports its controls' clicks here.
+    void adoptTile(CPlayWidget* tile);
+    void drainQueued();
+    // Brings every share kept for the external screen into the gallery.
+    void takeBackExtShares();
+    void extReset();
     void initModSlotMap();
     void bindTile(PlayMap::iterator it, tagPersonInfo* person, bool bFlag);
     void resetPlayWidgetPtr(tagPersonInfo* person);
@@ -339,9 +394,8 @@ private:
     int m_iCheckTimerId = 0;
     PlayMap m_mapPlay;
     QVector<tagPersonInfo*> m_vecPerson;
-    // A share shown only on the external screen, kept outside the roster; set
-    // by AddMeetingPerson on a host thread.
-    std::atomic<tagPersonInfo*> m_pExtSharePerson{nullptr};
+    // Shares shown only on the external screen, kept outside the roster.
+    QVector<tagPersonInfo*> m_extShares;
     QDlgExtScreen* m_pExtScreen = nullptr;       // created at the first opening, lives with the gallery
     std::atomic<CPlayWidget*> m_pExtTile{nullptr}; // its tile, for host threads
     QString m_qstrExtChosen;                     // the host's choice; empty: automatic
@@ -392,15 +446,26 @@ private:
     SubtitleBand* m_pSubtitleBand = nullptr;
     void placeSubtitleBand(); // after every relayout
     bool m_bShareWgtKnown = false;
-    // Records this controller created, with their serial numbers: the
-    // configuration's signals reach every gallery in the process, and each
-    // takes in only its own participants.
+    // Records this controller created, with their serial numbers: queued work
+    // and handed-back records are checked against it.
     mutable std::mutex m_ownedLock;
     QHash<void*, quint64> m_ownedSerials;
     bool isOwnedPerson(void* person) const;
     void forgetPerson(tagPersonInfo* person); // unregisters and frees a record
     // Assigns a participant's name: host threads read it under the frame lock.
     void setPersonName(tagPersonInfo* person, const QString& name);
+
+    std::atomic<int> m_iCurMode{1};
+    int m_iPreScreenMode = 1;             // the layout to return to after a share or a full view
+    GalleryState m_state;
+    bool m_bHasShare = false;             // a remote share is in the roster
+    bool m_bDisplayOrderFlag = false;     // argument of the last onDisplayOrder
+    bool m_bSubtitleOpen = false;
+    bool m_bMeetingRoomMinimized = false;
+    bool m_bPrimaryScreen = false;        // shares go to the external screen while it is open
+    QString m_qstrAciveUserID;            // the active speaker on the stage
+    bool m_bRetired = false;
+    kxwork::PendingWork m_pending;
 };
 
 #endif

@@ -18,17 +18,18 @@ bool QDlgScreen::extOpen(int iScreen)
         KXLOG << "extOpen: no screen" << iScreen << "of" << screens.size();
         return false;
     }
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
     if (!m_pExtScreen) {
         m_pExtScreen = new QDlgExtScreen(this);
-        connect(m_pExtScreen, &QDlgExtScreen::closedByScreen, this, &QDlgScreen::extClose);
+        // The window has closed itself already: what it leaves behind goes.
+        connect(m_pExtScreen, &QDlgExtScreen::closedByScreen, this, &QDlgScreen::extReset);
+        connect(m_pExtScreen, &QDlgExtScreen::notifyClickExtPlayWidget, this, &QDlgScreen::onNotifyClickExtPlayWidget);
+        adoptTile(m_pExtScreen->tile());
         // Host threads read the tile to hand it the frames of the participant
         // it shows; the window lives as long as the gallery.
         m_pExtTile.store(m_pExtScreen->tile(), std::memory_order_release);
     }
     KXLOG << "extOpen on screen" << iScreen << screens.at(iScreen)->name() << screens.at(iScreen)->geometry();
     m_pExtScreen->openOn(screens.at(iScreen));
-    cfg->m_pExtScreen = m_pExtScreen;
     reposPlayWnd(); // who is shown there, and the streams that follow
     return true;
 }
@@ -38,16 +39,20 @@ void QDlgScreen::extClose()
     if (!extIsOpen())
         return;
     KXLOG << "extClose";
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
     m_pExtScreen->closeWindow();
+    extReset();
+}
+
+void QDlgScreen::extReset()
+{
+    // However the window closed (by the host, by its screen going away, with
+    // the gallery), nothing of it stays: it shows nobody, and the shares kept
+    // for it come into the gallery, as shares that arrive.
+    if (!m_pExtScreen)
+        return;
+    KXLOG << "external screen closed, kept shares coming back:" << m_extShares.size();
     m_pExtScreen->setPerson(nullptr);
-    if (cfg->m_pExtScreen == m_pExtScreen)
-        cfg->m_pExtScreen = nullptr;
-    cfg->m_bExtScreenShowing = false;
-    cfg->m_extUserID.clear();
-    // A share kept for the external screen has nowhere else to be shown.
-    if (m_pExtSharePerson)
-        onModPrimaryScreenChanged(false);
+    takeBackExtShares();
     reposPlayWnd();
 }
 
@@ -83,7 +88,7 @@ tagPersonInfo* QDlgScreen::extChoice() const
 {
     // The host's choice while that participant is here; else the share, the
     // one speaking, the gallery's focus.
-    tagPersonInfo* aside = m_pExtSharePerson;
+    tagPersonInfo* aside = m_extShares.value(0);
     if (!m_qstrExtChosen.isEmpty()) {
         if (aside && aside->userID == m_qstrExtChosen)
             return aside;
@@ -96,7 +101,7 @@ tagPersonInfo* QDlgScreen::extChoice() const
         if (p->isShareScreen())
             return p;
     }
-    for (const QString& id : {m_qstrSpeakingUserID, m_speakerHold.stage(), QKXScreenConfig::getInstance()->m_qstrAciveUserID}) {
+    for (const QString& id : {m_qstrSpeakingUserID, m_speakerHold.stage(), m_qstrAciveUserID}) {
         tagPersonInfo* p = id.isEmpty() ? nullptr : findPersonByUserID(id);
         if (p && !p->bSelf)
             return p;
@@ -108,13 +113,10 @@ void QDlgScreen::updateExtScreen()
 {
     if (!extIsOpen())
         return;
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
     tagPersonInfo* p = extChoice();
     if (m_pExtScreen->person() != p)
         KXLOG << "external screen shows:" << (p ? p->userName : QString());
     m_pExtScreen->setPerson(p);
-    cfg->m_extUserID = p ? p->userID : QString();
-    cfg->m_bExtScreenShowing = p != nullptr;
     // Full screen on a large display: the large stream, whatever its tile
     // in the gallery asks for (a share is never asked to switch).
     if (p && !p->isShareScreen() && p->iStreamType != 4)
@@ -133,14 +135,21 @@ void QDlgScreen::onNotifyClickExtPlayWidget(void* person)
 void QDlgScreen::onModPrimaryScreenChanged(bool bPrimary)
 {
     KXLOG << "onModPrimaryScreenChanged bPrimary:" << bPrimary;
-    if (bPrimary)
-        return;
-    // A share kept for the external screen comes into the gallery, as a
-    // share that arrives.
-    tagPersonInfo* p = m_pExtSharePerson.exchange(nullptr);
-    if (p) {
+    m_bPrimaryScreen = bPrimary;
+    if (!bPrimary)
+        takeBackExtShares();
+}
+
+void QDlgScreen::takeBackExtShares()
+{
+    // Each comes into the gallery as a share that arrives. The host may call
+    // back in from the share's tip: the list is taken first.
+    const QVector<tagPersonInfo*> kept = m_extShares;
+    m_extShares.clear();
+    for (tagPersonInfo* p : kept) {
         if (extShows(p))
             m_pExtScreen->setPerson(nullptr);
-        onModAddPerson(p);
+        if (isOwnedPerson(p) && !QKXScreenConfig::getInstance()->testDelPerson(p, false))
+            onModAddPerson(p);
     }
 }

@@ -22,7 +22,6 @@ tagPersonInfo* QDlgScreen::getFoucsPerson() const
     // Who takes the big tile: what the meeting looks at (a share while the
     // share layout is on, the all-look and lock-look participants), then what
     // the local user chose, then who speaks, then a share, then the first.
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
     tagPersonInfo* share = nullptr;
     tagPersonInfo* locked = nullptr;
     for (tagPersonInfo* p : m_vecPerson) {
@@ -31,7 +30,7 @@ tagPersonInfo* QDlgScreen::getFoucsPerson() const
         if (!locked && p->bLockLook)
             locked = p;
     }
-    if (cfg->curScreenMode() == 4 && share)
+    if (curMode() == 4 && share)
         return share;
     if (m_pAllLookPerson && isHasPerson(m_pAllLookPerson))
         return m_pAllLookPerson;
@@ -41,8 +40,8 @@ tagPersonInfo* QDlgScreen::getFoucsPerson() const
         if (tagPersonInfo* p = findPersonByUserID(m_qstrFocusUserID))
             return p;
     }
-    if (!cfg->m_qstrAciveUserID.isEmpty()) {
-        tagPersonInfo* p = findPersonByUserID(cfg->m_qstrAciveUserID);
+    if (!m_qstrAciveUserID.isEmpty()) {
+        tagPersonInfo* p = findPersonByUserID(m_qstrAciveUserID);
         if (p && !p->bSelf)
             return p;
     }
@@ -78,13 +77,12 @@ bool QDlgScreen::isShareScreenUser(const QString& userID) const
 
 bool QDlgScreen::testIsShareInExtMode() const
 {
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
-    return cfg->m_pExtScreen != nullptr && cfg->m_bPrimaryScreen.load();
+    return extIsOpen() && m_bPrimaryScreen;
 }
 
 bool QDlgScreen::testDelPersonIsMax(tagPersonInfo* person) const
 {
-    return person && m_pMaxPlayWnd && QKXScreenConfig::getInstance()->curScreenMode() == 9
+    return person && m_pMaxPlayWnd && curMode() == 9
            && (person->pWidget == m_pMaxPlayWnd || getPersonInfoByPlayWidgetPtr(m_pMaxPlayWnd) == person);
 }
 
@@ -133,9 +131,8 @@ void QDlgScreen::restoreLookLayout()
 {
     // The layout saved when the first look began comes back once the last
     // one has ended.
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
     if (m_iPreLockMode >= 1 && m_iPreLockMode <= 9)
-        cfg->setCurScreenMode(m_iPreLockMode);
+        setCurMode(m_iPreLockMode);
     m_iPreLockMode = 0;
 }
 
@@ -209,11 +206,11 @@ void QDlgScreen::beginLook(bool bToast, bool bFirst)
     // look that begins meanwhile must not save the first one's layout.
     QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
     if (bFirst)
-        m_iPreLockMode = cfg->curScreenMode();
+        m_iPreLockMode = curMode();
     if (bToast)
         cfg->notifyHost(13, 0, 0);
     reAddFocusPersonToPlayMap();
-    if (!IsFocusMode(cfg->curScreenMode()) && cfg->curScreenMode() != 9)
+    if (!IsFocusMode(curMode()) && curMode() != 9)
         setMeetingMode(5);
     else
         reposPlayWnd();
@@ -229,7 +226,7 @@ void QDlgScreen::endLook()
         reposPlayWnd();
         return;
     }
-    const int back = m_iPreLockMode >= 1 && m_iPreLockMode <= 9 ? m_iPreLockMode : cfg->curScreenMode();
+    const int back = m_iPreLockMode >= 1 && m_iPreLockMode <= 9 ? m_iPreLockMode : curMode();
     m_iPreLockMode = 0;
     setMeetingMode(back);
 }
@@ -259,7 +256,7 @@ QString QDlgScreen::shareUserID() const
 
 bool QDlgScreen::isLocalShare() const
 {
-    return QKXScreenConfig::getInstance()->m_bLocalShare;
+    return m_state.localShare;
 }
 
 void QDlgScreen::onModFocusByUserID(QString userID)
@@ -269,9 +266,9 @@ void QDlgScreen::onModFocusByUserID(QString userID)
     KXLOG << "onModFocusByUserID userID:" << userID;
     tagPersonInfo* p = userID.isEmpty() ? nullptr : findPersonByUserID(userID);
     setPinned(p);
-    if (IsFocusMode(QKXScreenConfig::getInstance()->curScreenMode()))
+    if (IsFocusMode(curMode()))
         reAddFocusPersonToPlayMap();
-    emit QKXScreenConfig::getInstance()->notifyDisplayOrder(false);
+    emit notifyDisplayOrder(false);
 }
 
 void QDlgScreen::setPinned(tagPersonInfo* pinned)
@@ -289,7 +286,7 @@ void QDlgScreen::applyPin()
 {
     // In the grid the pinned participant leads the first page, whatever the
     // ordering put there.
-    const int mode = QKXScreenConfig::getInstance()->curScreenMode();
+    const int mode = curMode();
     if (m_qstrFocusUserID.isEmpty() || mode < 1 || mode > 3)
         return;
     tagPersonInfo* p = findPersonByUserID(m_qstrFocusUserID);
@@ -316,7 +313,7 @@ void QDlgScreen::onModCancelVoiceActivate()
 {
     KXLOG << "onModCancelVoiceActivate";
     cancelVoiceActivation();
-    if (IsFocusMode(QKXScreenConfig::getInstance()->curScreenMode()))
+    if (IsFocusMode(curMode()))
         reAddFocusPersonToPlayMap();
     reposPlayWnd();
 }
@@ -328,7 +325,7 @@ void QDlgScreen::cancelVoiceActivation()
     m_speakerHold.clear();
     m_pSpeakerTimer->stop();
     setSpeaking(QString());
-    QKXScreenConfig::getInstance()->m_qstrAciveUserID.clear();
+    m_qstrAciveUserID.clear();
 }
 
 void QDlgScreen::onModSetSpeakList(QString userIDs)
@@ -387,13 +384,12 @@ void QDlgScreen::onSpeakerTick()
 
 void QDlgScreen::applyStageSpeaker()
 {
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
     const QString stage = m_speakerHold.stage();
-    cfg->m_qstrAciveUserID = stage;
+    m_qstrAciveUserID = stage;
     ++m_iStageSpeakerChanges;
     tagPersonInfo* p = stage.isEmpty() ? nullptr : findPersonByUserID(stage);
     KXLOG << "[ScreenMod]active speaker on stage, userID:" << stage;
-    const int mode = cfg->curScreenMode();
+    const int mode = curMode();
     if (IsFocusMode(mode)) {
         if (getFoucsPerson() != m_pFocusPerson) {
             reAddFocusPersonToPlayMap();
@@ -411,7 +407,7 @@ void QDlgScreen::bringSpeakerToFirstPage(tagPersonInfo* p)
     // A speaker already on screen keeps its tile: the grid does not reshuffle.
     if (p->pWidget && p->pWidget->isVisible())
         return;
-    const int mode = QKXScreenConfig::getInstance()->curScreenMode();
+    const int mode = curMode();
     const int places = qMin(mode == 3 ? 8 : 6, m_vecPerson.size());
     const int idx = m_vecPerson.indexOf(p);
     if (idx < places)
@@ -498,7 +494,7 @@ void QDlgScreen::testHideMoreMenu()
 
 void QDlgScreen::notifyDBClickPlayWnd()
 {
-    const int mode = QKXScreenConfig::getInstance()->curScreenMode();
+    const int mode = curMode();
     quint64 w = 7;
     if (mode >= 1 && mode <= 3)
         w = 5;
@@ -511,9 +507,8 @@ void QDlgScreen::onLeftBtnDBClick(CPlayWidget* widget)
 {
     if (!widget)
         return;
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
     notifyDBClickPlayWnd();
-    const int mode = cfg->curScreenMode();
+    const int mode = curMode();
     if (mode >= 1 && mode <= 3) {
         // In the grid a double click pins that participant (or unpins the
         // pinned one): it leads the first page from then on.
@@ -525,10 +520,10 @@ void QDlgScreen::onLeftBtnDBClick(CPlayWidget* widget)
     // Elsewhere a double click shows that tile alone; another brings the
     // layout back.
     if (mode == 9) {
-        const int back = cfg->preScreenMode() == 9 ? 1 : cfg->preScreenMode();
+        const int back = m_iPreScreenMode == 9 ? 1 : m_iPreScreenMode;
         setMeetingMode(back);
     } else if (getPersonInfoByPlayWidgetPtr(widget)) {
-        cfg->setPreScreenMode(mode);
+        m_iPreScreenMode = mode;
         m_pMaxPlayWnd = widget;
         m_pCurSelPlayWidget = widget;
         setMeetingMode(9);
@@ -547,7 +542,7 @@ void QDlgScreen::onPlayWidgetLBtnClick(CPlayWidget* widget)
     m_pCurSelPlayWidget = widget;
     // On a stage that fills the gallery a click shows or hides the host's
     // toolbar, which would otherwise cover the picture for good.
-    const int mode = QKXScreenConfig::getInstance()->curScreenMode();
+    const int mode = curMode();
     if ((mode == 4 && widget == m_pFocusPlayWidget) || (mode == 9 && widget == m_pMaxPlayWnd))
         QKXScreenConfig::getInstance()->notifyHost(11, 0, 0);
 }

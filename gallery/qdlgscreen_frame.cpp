@@ -35,11 +35,10 @@ bool QDlgScreen::playFrame(void* person, KxCloudRTCVideoFrameQT* frame)
     // it is then); frames faster than the interface thread would otherwise
     // fill its queue without bound.
     if (!p->bFrameNoticeQueued.exchange(true)) {
-        postForPerson(p, [p, width, height]() {
-            QKXScreenConfig* config = QKXScreenConfig::getInstance();
-            if (!config->testDelPerson(p, false))
+        queueFromHost(WorkFrameNotice, p, [this, p, width, height]() {
+            if (!QKXScreenConfig::getInstance()->testDelPerson(p, false))
                 p->bFrameNoticeQueued = false;
-            emit config->playFrameUpdateUI(p, width, height);
+            onPlayFrameUpdateUI(p, width, height);
         });
     }
     CPlayWidget* tile = p->pWidget;
@@ -71,12 +70,14 @@ void QDlgScreen::onPlayFrameUpdateUI(void* person, int width, int height)
         KXLOG << "xxxxx QDlgScreen::onPlayFrameUpdateUI testDelPerson, pPerson:" << person;
         return;
     }
-    // Every gallery hears the signal; only the one that shows the record acts.
-    if (!isHasPerson(p))
+    // A share kept for the external screen is outside the roster, and its
+    // frames are shown there all the same.
+    const bool bKept = m_extShares.contains(p);
+    if (!isHasPerson(p) && !bKept)
         return;
     const int oldStatus = p->eStreamStatus;
     bool bChanged = false;
-    if (p->userID == cfg->m_extUserID && cfg->m_bExtScreenShowing && p->iStreamType != 4) {
+    if (extShows(p) && !p->isShareScreen() && p->iStreamType != 4) {
         KXLOG << "[ScreenMod]qstrUserID:" << p->userID << ",userName:" << p->userName;
         p->bStreamTypeChange = true;
         p->iStreamType = 4;
@@ -100,8 +101,9 @@ void QDlgScreen::onPlayFrameUpdateUI(void* person, int width, int height)
         bChanged = true;
         KXLOG << "userID:" << p->userID << ",userName:" << p->userName << ",bHasStream:true";
         KXLOG << "notifyDisplayOrder, userName:" << p->userName;
-        emit cfg->notifyDisplayOrder(false);
+        if (!bKept)
+            emit notifyDisplayOrder(false);
     }
-    if (bChanged && p->pWidget && p->pWidget->playInfo())
-        p->pWidget->playInfo()->refreshDisplay();
+    if (bChanged)
+        refreshTile(p);
 }

@@ -21,7 +21,7 @@ bool QDlgScreen::IsFocusMode(int mode)
 
 bool QDlgScreen::Is6CurOr8CurMode() const
 {
-    return kxpaging::is6CutOr8CutMode(QKXScreenConfig::getInstance()->curScreenMode());
+    return kxpaging::is6CutOr8CutMode(curMode());
 }
 
 void QDlgScreen::hideAllPlayWnd()
@@ -41,16 +41,15 @@ CPlayWidget* QDlgScreen::getCurSelPlayWidgetPtr()
 
 bool QDlgScreen::setMeetingMode(int mode)
 {
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
-    KXLOG << "[ScreenMod]setMeetingMode:" << mode << cfg->preScreenMode();
-    if (cfg->curScreenMode() == 9 && mode != 9)
+    KXLOG << "[ScreenMod]setMeetingMode:" << mode << m_iPreScreenMode;
+    if (curMode() == 9 && mode != 9)
         m_pMaxPlayWnd = nullptr;
     if (!getCurSelPlayWidgetPtr())
         return false;
-    cfg->setCurScreenMode(mode);
+    setCurMode(mode);
     if (mode != 9) {
         KXLOG << "notifyDisplayOrder";
-        emit cfg->notifyDisplayOrder(false);
+        emit notifyDisplayOrder(false);
     } else {
         reposPlayWnd();
     }
@@ -67,7 +66,18 @@ void QDlgScreen::onMeetingMode(int mode)
 
 void QDlgScreen::onModSetScreenMode(int mode)
 {
+    // The host's choice. A value that is no layout is shown as the grid and
+    // reported as such; the layout is applied before the export returns
+    // (the reordering follows on the next turn), also before the local user
+    // has finished joining; and a gallery made later starts in it.
+    if (mode < 1 || mode > 9) {
+        KXWARN << "[ScreenMod]KXScreen_SetCurMode:" << mode << "is not a layout (1 to 9), the grid is shown";
+        mode = 1;
+    }
+    QKXScreenConfig::getInstance()->setStartMode(mode);
     onMeetingMode(mode);
+    if (mode != 9)
+        reposPlayWnd();
 }
 
 void QDlgScreen::onModSwitchMode()
@@ -76,8 +86,7 @@ void QDlgScreen::onModSwitchMode()
         KXLOG << "onModSwitchMode,vecPerson.size()<=1";
         return;
     }
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
-    const int cur = cfg->curScreenMode();
+    const int cur = curMode();
     int next;
     if (cur == 1) {
         next = 5;
@@ -85,9 +94,9 @@ void QDlgScreen::onModSwitchMode()
         next = 1;
     } else {
         // The toggle never goes back to full screen.
-        if (cfg->preScreenMode() == 9)
-            cfg->setPreScreenMode(5);
-        next = cfg->preScreenMode();
+        if (m_iPreScreenMode == 9)
+            m_iPreScreenMode = 5;
+        next = m_iPreScreenMode;
     }
     onMeetingMode(next);
 }
@@ -134,10 +143,10 @@ void QDlgScreen::reposPlayWnd()
     // overlay and composed the window, for the same pixels.
     const QVector<TileShowMark> marks = markTilesBeforePass();
     beginPassSweep();
-    int mode = cfg->curScreenMode();
+    int mode = curMode();
     if (mode < 1 || mode > 9) {
         mode = 1;
-        cfg->setCurScreenMode(1);
+        setCurMode(1);
     }
     // The floating window and the whiteboard area belong to the stage
     // layouts; a window hidden on request comes back with the next layout.
@@ -147,27 +156,19 @@ void QDlgScreen::reposPlayWnd()
         releasePicInPic();
     if (mode != 4)
         m_pWhiteBoard->hide();
-    if (mode != 8)
-        cfg->m_bSpeaker4Active = false;
-    cfg->m_pSecondBigPlayWidget = nullptr;
-    cfg->m_pBigPlayWidget = nullptr;
     testShowPageButton(nullptr);
 
     switch (mode) {
     case 9:
         reposMeetingSignalFull();
-        cfg->m_pMaxPlayWidget = m_pMaxPlayWnd;
         break;
     case 5:
     case 6:
     case 7:
         reLayoutSpeaker(mode);
-        cfg->m_pFocusPlayWidget = m_pFocusPlayWidget;
         break;
     case 8:
-        cfg->m_bSpeaker4Active = true;
         reLayoutSpeaker4();
-        cfg->m_pFocusPlayWidget = m_pFocusPlayWidget;
         break;
     case 1:
         reAddFocusPersonToPlayMap();
@@ -198,7 +199,6 @@ void QDlgScreen::reposPlayWnd()
     placeSubtitleBand();
     updateExtScreen();
     restartVideoMuteTimer();
-    emit cfg->notifyCurScreenMode(mode);
     NotifyShareWgtPos();
     CheckShareWgtPosChanged();
     if (m_bPicInPicShownInPass) {
@@ -222,11 +222,10 @@ void QDlgScreen::reLayoutEqualCut()
     const int n = m_vecPerson.size();
     if (n < 1)
         return;
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
     const int type = getCurPageStreamType();
     // The display-order flag is consumed by exactly one grid pass.
-    const bool bOrderFlag = cfg->m_bDisplayOrderFlag;
-    cfg->m_bDisplayOrderFlag = false;
+    const bool bOrderFlag = m_bDisplayOrderFlag;
+    m_bDisplayOrderFlag = false;
     const int W = width();
     const int H = height();
 
@@ -274,11 +273,10 @@ void QDlgScreen::reLayout8Cut()
 
 void QDlgScreen::reLayoutBigAndSmall(int slotCount, QRect (*rectOf)(int, int, int, int, int), bool bSixCut)
 {
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
     const int n = m_vecPerson.size();
     const int W = width();
     const int H = height();
-    const bool bOrderFlag = cfg->m_bDisplayOrderFlag;
+    const bool bOrderFlag = m_bDisplayOrderFlag;
     int type = getCurPageStreamType();
     tagPersonInfo* p = nullptr;
     auto it = m_mapPlay.begin();
@@ -301,8 +299,6 @@ void QDlgScreen::reLayoutBigAndSmall(int slotCount, QRect (*rectOf)(int, int, in
         if (tile) {
             const QRect rc = rectOf(W, H, n, i, 1);
             type = (i == 0) ? 4 : 2;
-            if (i == 0 && n != 1)
-                cfg->m_pBigPlayWidget = tile;
             tile->setGeometry(rc);
             tile->showTile();
             if (!bSixCut)
@@ -330,7 +326,6 @@ void QDlgScreen::getFoucsStartPos(int& start, int& end)
 
 void QDlgScreen::reLayoutSpeaker(int mode)
 {
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
     if (m_vecPerson.isEmpty())
         return;
     // Focus participant: the big tile.
@@ -392,7 +387,6 @@ void QDlgScreen::reLayoutSpeaker(int mode)
 
 void QDlgScreen::reLayoutSpeaker4()
 {
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
     if (m_vecPerson.isEmpty())
         return;
     if (!bindFocusTile(true, false))
@@ -419,7 +413,6 @@ void QDlgScreen::reLayoutSpeaker4()
         it.value() = second;
         secondTile->setPersonData(second, false);
         setPersonStreamType(second, 4);
-        cfg->m_pSecondBigPlayWidget = secondTile;
         ++it;
     }
     QVector<tagPersonInfo*> list = m_vecPerson;

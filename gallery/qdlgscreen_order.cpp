@@ -43,9 +43,8 @@ void QDlgScreen::onDisplayOrder(bool bOrderForMute)
     // Nothing is ordered before the local user has finished joining.
     if (!m_bJoinFinish)
         return;
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
-    const bool bFocusMode = IsFocusMode(cfg->curScreenMode());
-    cfg->m_bDisplayOrderFlag = bOrderForMute;
+    const bool bFocusMode = IsFocusMode(curMode());
+    m_bDisplayOrderFlag = bOrderForMute;
     KXLOG << "onDisplayOrder0 m_vecPerson.size():" << m_vecPerson.size();
 
     const kxorder::OrderResult result = kxorder::displayOrder(orderItems(), bFocusMode);
@@ -99,7 +98,7 @@ bool QDlgScreen::testChangePersonToHead(tagPersonInfo* person, bool bSelf, int i
     if (idx < 0)
         return false;
     const int to = kxorder::changeToHeadIndex(idx, m_vecPerson.size() - 1, bSelf, iRoleType,
-                                              QKXScreenConfig::getInstance()->m_bHasShare,
+                                              m_bHasShare,
                                               isShareScreenUser(person->userID));
     if (to < 0)
         return false;
@@ -128,5 +127,5 @@ void QDlgScreen::setJoinMeetingFinish()
 {
     KXLOG << "setJoinMeetingFinish";
     m_bJoinFinish = true;
-    emit QKXScreenConfig::getInstance()->notifyDisplayOrder(false);
+    emit notifyDisplayOrder(false);
 }

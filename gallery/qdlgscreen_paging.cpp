@@ -20,7 +20,7 @@ bool QDlgScreen::nextPage()
     if (m_timePageTurn.isValid() && m_timePageTurn.elapsed() < kPageTurnDebounceMs)
         return false;
     m_timePageTurn.start();
-    const int pages = kxpaging::pageCount(QKXScreenConfig::getInstance()->curScreenMode(), m_vecPerson.size());
+    const int pages = kxpaging::pageCount(curMode(), m_vecPerson.size());
     if (m_iPageIdx + 1 >= pages)
         return true;
     resetStreamTick();
@@ -140,7 +140,7 @@ void QDlgScreen::testShowPageButton(const QRect* rcSmall)
         || !m_pCtrlRHide || !m_pCtrlLShow)
         return;
 
-    const int mode = QKXScreenConfig::getInstance()->curScreenMode();
+    const int mode = curMode();
     const int n = m_vecPerson.size();
     const int W = width();
     const int H = height();

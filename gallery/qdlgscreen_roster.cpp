@@ -43,14 +43,6 @@ void* QDlgScreen::AddMeetingPerson(QString userID, QString qstrExtra, QString us
         m_ownedSerials.insert(p, p->serial);
     }
 
-    if (p->isShareScreen() && testIsShareInExtMode()) {
-        // Shown on the external screen only: kept outside the roster.
-        m_pExtSharePerson = p;
-        KXLOG << "AddMeetingPerson share for the external screen, userid:" << p->userID;
-        postForPerson(p, [this]() { updateExtScreen(); });
-        return p;
-    }
-
     qint64 cur = m_minJoinTime.load();
     while (joinTime < cur && !m_minJoinTime.compare_exchange_weak(cur, joinTime)) {
     }
@@ -59,10 +51,7 @@ void* QDlgScreen::AddMeetingPerson(QString userID, QString qstrExtra, QString us
     }
     KXLOG << "\tAddMeetingPerson userid:" << p->userID << "\tuserName:" << p->userName
           << "\t\tjoinTime:" << p->joinTime << "\teStreamStatus:" << p->eStreamStatus;
-    if (kxsync::onInterfaceThread())
-        emit QKXScreenConfig::getInstance()->modSignalAddPerson(p);
-    else
-        postForPerson(p, [p]() { emit QKXScreenConfig::getInstance()->modSignalAddPerson(p); });
+    runFromHost(WorkArrival, p, [this, p]() { onModAddPerson(p); });
     return p;
 }
 
@@ -76,8 +65,15 @@ void QDlgScreen::onModAddPerson(void* person)
         KXLOG << "testDelPerson";
         return;
     }
-    if (!isOwnedPerson(p) || isHasPerson(p))
+    if (!isOwnedPerson(p) || isHasPerson(p) || m_extShares.contains(p))
         return;
+    if (p->isShareScreen() && testIsShareInExtMode()) {
+        // Shown on the external screen only: kept outside the roster.
+        m_extShares.append(p);
+        KXLOG << "AddMeetingPerson share for the external screen, userid:" << p->userID;
+        updateExtScreen();
+        return;
+    }
     if (p->isShareScreen()) {
         m_pSharePerson = nullptr;
         m_bShareScanDue = true;
@@ -101,13 +97,13 @@ void QDlgScreen::onModAddPerson(void* person)
     KXLOG << "AddMeetingPerson 1personSize: " << m_vecPerson.size();
     KXLOG << "onModAddPerson 0, userName:" << p->userName << ",pWidget:" << p->pWidget << ",userID:" << p->userID;
 
-    if (p->isShareScreen() && !testIsShareInExtMode()) {
-        cfg->m_bHasShare = true;
-        if (cfg->curScreenMode() != 9)
-            cfg->setPreScreenMode(cfg->curScreenMode());
+    if (p->isShareScreen()) {
+        m_bHasShare = true;
+        if (curMode() != 9)
+            m_iPreScreenMode = curMode();
         KXLOG << "share screen,userName:" << p->userName << ",userID:" << p->userID
-              << ",LockMode:" << cfg->preScreenMode();
-        cfg->setCurScreenMode(4);
+              << ",LockMode:" << m_iPreScreenMode;
+        setCurMode(4);
         // The share takes the big tile; whoever had it gets it back when the share ends.
         if (m_pFocusPerson && m_pFocusPerson != p)
             m_pPreFocusPerson = m_pFocusPerson;
@@ -116,14 +112,13 @@ void QDlgScreen::onModAddPerson(void* person)
     const quint64 serial = p->serial;
     const QString name = p->userName;
     if (p->isShareScreen()) {
-        emit cfg->notifyDisplayOrder(false);
+        emit notifyDisplayOrder(false);
         // The share's tip: the share is the focused participant now.
         cfg->notifyHost(10, reinterpret_cast<quintptr>(p), reinterpret_cast<quintptr>(p->pUserData));
     } else {
         reposPlayWnd();
     }
 
-    cfg->m_iPersonCount = m_vecPerson.size();
     testStartCheckTimer();
     // The relayout's notifications may have let the host remove the newcomer.
     if (isCurrentPerson(p, serial))
@@ -136,7 +131,7 @@ void QDlgScreen::onModDelPerson(void* person)
 {
     QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
     auto* owned = static_cast<tagPersonInfo*>(person);
-    if (owned && owned != m_pExtSharePerson && !isHasPerson(owned) && isOwnedPerson(owned)
+    if (owned && !m_extShares.contains(owned) && !isHasPerson(owned) && isOwnedPerson(owned)
         && !cfg->testDelPerson(owned, false)) {
         // Removed before its arrival was handled: a removal made on the
         // interface thread runs at once, while the arrival from a host thread
@@ -160,22 +155,23 @@ void QDlgScreen::onModDelPerson(void* person)
         return;
     }
     auto* p = static_cast<tagPersonInfo*>(person);
-    if (p != m_pExtSharePerson && !isHasPerson(p)) {
-        // Not (or no longer) in this gallery's roster: another gallery's record
-        // or one already released with a reset.
+    if (!m_extShares.contains(p) && !isHasPerson(p)) {
+        // Not (or no longer) in this gallery's roster: one already released
+        // with a reset.
         KXLOG << "onModDelPerson not in roster:" << person;
         return;
     }
     {
-        // The barrier against frames in flight: registered as freed and let go
-        // by every tile while no frame is being copied. The removal itself
-        // (relayout, notifications that may reach the host) runs without it.
+        // The barrier against frames in flight: registered as freed while no
+        // frame is being copied, so that no host thread reaches the record
+        // from here on. The lock guards that pointer only: letting the tiles
+        // go (which hides them and may clear a picture) and the removal
+        // (relayout, notifications that may reach the host) run without it.
         std::lock_guard<std::recursive_mutex> lock(cfg->frameLock());
         cfg->addDelPerson(p);
-        detachFromTiles(p);
     }
+    detachFromTiles(p);
     DelMeetingPerson(p);
-    cfg->m_iPersonCount = m_vecPerson.size();
     testStopCehckTimer();
     if (m_vecPerson.isEmpty())
         QDlgPlayInfo::releaseImageCache();
@@ -187,8 +183,8 @@ bool QDlgScreen::DelMeetingPerson(void* person)
     if (!person)
         return true;
     auto* p = static_cast<tagPersonInfo*>(person);
-    if (p == m_pExtSharePerson) {
-        m_pExtSharePerson = nullptr;
+    if (m_extShares.contains(p)) {
+        m_extShares.removeAll(p);
         m_pSharePerson = nullptr;
         m_bShareScanDue = true;
         forgetPerson(p);
@@ -202,7 +198,6 @@ bool QDlgScreen::DelPerson(tagPersonInfo* p)
 {
     if (!p)
         return true;
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
     KXLOG << "DelPerson, userName:" << p->userName << ",userID:" << p->userID;
     const bool bMax = testDelPersonIsMax(p);
     if (m_pPicInPic)
@@ -231,18 +226,18 @@ bool QDlgScreen::DelPerson(tagPersonInfo* p)
     if (p->isShareScreen()) {
         m_pSharePerson = nullptr;
         m_bShareScanDue = true;
-        cfg->m_bHasShare = false;
-        cfg->setCurScreenMode(cfg->preScreenMode());
+        m_bHasShare = firstShare() != nullptr;
+        setCurMode(m_iPreScreenMode);
         m_pMaxPlayWnd = nullptr;
         const bool bReset = testResetPreFocus();
-        if (cfg->preScreenMode() == 9 && bReset)
+        if (m_iPreScreenMode == 9 && bReset)
             m_pMaxPlayWnd = m_pFocusPlayWidget;
     } else if (p == m_pFocusPerson) {
         m_pMaxPlayWnd = nullptr;
         m_pFocusPlayWidget->ClearVideo();
         m_pFocusPlayWidget->setPersonData(nullptr, false);
         m_pFocusPerson = nullptr;
-        if (cfg->preScreenMode() == 9 && (p->bLockLook || p->bAllLook))
+        if (m_iPreScreenMode == 9 && (p->bLockLook || p->bAllLook))
             m_iPreLockMode = 5;
     } else if (p == m_pPreFocusPerson) {
         m_pPreFocusPerson = nullptr;
@@ -270,15 +265,15 @@ bool QDlgScreen::DelPerson(tagPersonInfo* p)
     if (!m_vecPerson.isEmpty()) {
         testPrevPageForDelPerson();
         if (bMax) {
-            KXLOG << "setMeetingMode m_iPreScreenMode:" << cfg->preScreenMode();
-            setMeetingMode(cfg->preScreenMode());
+            KXLOG << "setMeetingMode m_iPreScreenMode:" << m_iPreScreenMode;
+            setMeetingMode(m_iPreScreenMode);
         } else {
             KXLOG << "notifyDisplayOrder";
             onDisplayOrder(false);
         }
     } else {
         resetAll();
-        cfg->setCurScreenMode(1);
+        setCurMode(1);
     }
     forgetPerson(p);
     return true;
@@ -303,21 +298,6 @@ bool QDlgScreen::mayRunFor(void* person, quint64 serial) const
     // is left to the slot, which asks the registry first and says so; one
     // whose address a newcomer has taken meanwhile is not.
     return isCurrentPerson(person, serial) || QKXScreenConfig::getInstance()->testDelPerson(person, false);
-}
-
-void QDlgScreen::postForPerson(tagPersonInfo* person, std::function<void()> f)
-{
-    // The serial is read while the record is certainly alive (the caller holds
-    // it); by the time the work runs, only the registry of this gallery is asked.
-    const quint64 serial = person->serial;
-    kxsync::post(this, [this, person, serial, f]() {
-        if (!mayRunFor(person, serial)) {
-            KXLOG << "testDelPerson: queued work dropped, the participant has left, pPerson:"
-                  << static_cast<void*>(person);
-            return;
-        }
-        f();
-    });
 }
 
 void QDlgScreen::forgetPerson(tagPersonInfo* person)
@@ -457,34 +437,35 @@ void QDlgScreen::resetAllPlayMap()
 
 void QDlgScreen::releasePlayWidget()
 {
-    std::lock_guard<std::recursive_mutex> lock(QKXScreenConfig::getInstance()->frameLock());
+    // Every record this gallery made goes: the roster, the external shares,
+    // and records whose arrival is still queued. Listed as freed under the
+    // frame lock, so that no frame still reaches them; the tiles (GL
+    // contexts, hide events) go after it.
+    QList<void*> owned;
+    {
+        std::lock_guard<std::recursive_mutex> lock(QKXScreenConfig::getInstance()->frameLock());
+        m_pExtTile.store(nullptr, std::memory_order_release);
+        std::lock_guard<std::mutex> ownedLock(m_ownedLock);
+        owned = m_ownedSerials.keys();
+        for (void* v : qAsConst(owned))
+            QKXScreenConfig::getInstance()->addDelPerson(v);
+    }
     for (auto it = m_mapPlay.begin(); it != m_mapPlay.end();) {
         delete it.key();
         it = m_mapPlay.erase(it);
     }
     delete m_pFocusPlayWidget;
     m_pFocusPlayWidget = nullptr;
-    // Every record this gallery made goes: the roster, the external share, and
-    // records whose arrival is still queued.
-    QList<void*> owned;
-    {
-        std::lock_guard<std::mutex> ownedLock(m_ownedLock);
-        owned = m_ownedSerials.keys();
-    }
-    for (void* v : qAsConst(owned)) {
-        auto* p = static_cast<tagPersonInfo*>(v);
-        QKXScreenConfig::getInstance()->addDelPerson(p);
-        forgetPerson(p);
-    }
+    for (void* v : qAsConst(owned))
+        forgetPerson(static_cast<tagPersonInfo*>(v));
     m_vecPerson.clear();
-    m_pExtSharePerson = nullptr;
+    m_extShares.clear();
     m_pSharePerson = nullptr;
     m_bShareScanDue = false;
 }
 
 void QDlgScreen::resetAll()
 {
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
     m_pSharePerson = nullptr;
     m_bShareScanDue = false;
     m_pFocusPerson = nullptr;
@@ -511,8 +492,9 @@ void QDlgScreen::resetAll()
     m_speakerHold.clear();
     m_pSpeakerTimer->stop();
     m_bJoinFinish = false;
-    cfg->m_bHasShare = false;
-    cfg->resetMeetingState();
+    m_bHasShare = false;
+    m_bDisplayOrderFlag = false;
+    m_qstrAciveUserID.clear();
     for (auto it = m_mapPlay.begin(); it != m_mapPlay.end(); ++it) {
         it.key()->setPersonData(nullptr, false);
         it.value() = nullptr;
@@ -536,6 +518,8 @@ void QDlgScreen::refreshTile(tagPersonInfo* person)
         m_pFocusPlayWidget->playInfo()->refreshDisplay();
     if (person->pWidget && person->pWidget->playInfo())
         person->pWidget->playInfo()->refreshDisplay();
+    if (extShows(person) && m_pExtScreen->tile() != person->pWidget)
+        m_pExtScreen->tile()->playInfo()->refreshDisplay();
 }
 
 bool QDlgScreen::updatePersonInfo(void* person, bool bSelf, int iRoleType, QString name)
@@ -553,8 +537,8 @@ bool QDlgScreen::updatePersonInfo(void* person, bool bSelf, int iRoleType, QStri
         bOrder = testChangePersonToHead(p, bSelf, iRoleType);
     if (bSelf) {
         const bool bHost = iRoleType == 1 || iRoleType == 2;
-        if (bHost != cfg->m_bHostOrCoHost) {
-            cfg->m_bHostOrCoHost = bHost;
+        if (bHost != m_state.hostOrCoHost) {
+            m_state.hostOrCoHost = bHost;
             // Invited participants show host-only controls.
             for (tagPersonInfo* q : qAsConst(m_vecPerson)) {
                 if (q->isUnjoined())
@@ -691,7 +675,6 @@ void QDlgScreen::setPreview(void* person, bool bPreview)
     }
     KXLOG << "setPreview userID:" << p->userID << ",userName:" << p->userName
           << ",pInfo->bPrePreview:" << p->bPreview << ",bPreview:" << bPreview;
-    emit cfg->notifyExtPreview(p->userID, bPreview);
     const bool bOld = p->bPreview;
     p->bPreview = bPreview;
     if (!p->bSelf && bOld != bPreview) {
@@ -783,7 +766,7 @@ void QDlgScreen::onNotifyUpdateUserInfo(void* pPlayHdl, void* person)
         return;
     }
     // Only the gallery that owns the record answers for it.
-    if (!isHasPerson(p) && p != m_pExtSharePerson)
+    if (!isHasPerson(p) && !m_extShares.contains(p))
         return;
     QKXScreenConfig::getInstance()->notifyHost(20, reinterpret_cast<quintptr>(pPlayHdl),
                                                reinterpret_cast<quintptr>(p->pUserData));

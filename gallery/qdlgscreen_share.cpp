@@ -82,8 +82,7 @@ QWidget* QDlgScreen::whiteBoardArea() const
 
 void QDlgScreen::placePicInPic()
 {
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
-    const int mode = cfg->curScreenMode();
+    const int mode = curMode();
     // Who is on the stage: the focus tile in layout 4 (nobody while a
     // whiteboard has it alone), the full-screen tile in layout 9.
     tagPersonInfo* stage = nullptr;
@@ -112,8 +111,8 @@ void QDlgScreen::placePicInPic()
     tagPersonInfo* one = findPersonByUserID(m_qstrPicInPicOne);
     if (!others.contains(one)) {
         one = findPersonByUserID(m_qstrSpeakingUserID);
-        if (!one && !cfg->m_qstrAciveUserID.isEmpty())
-            one = findPersonByUserID(cfg->m_qstrAciveUserID);
+        if (!one && !m_qstrAciveUserID.isEmpty())
+            one = findPersonByUserID(m_qstrAciveUserID);
         if (!others.contains(one) || one->bSelf)
             one = others.first();
     }
@@ -178,7 +177,7 @@ bool QDlgScreen::eventFilter(QObject* watched, QEvent* e)
             // stopped after the usual five seconds.
             KXLOG << "picture-in-picture hidden by the host";
             m_bPicInPicUserHidden = true;
-            m_iPicInPicHiddenMode = QKXScreenConfig::getInstance()->curScreenMode();
+            m_iPicInPicHiddenMode = curMode();
             QMetaObject::invokeMethod(this, [this]() { restartVideoMuteTimer(); }, Qt::QueuedConnection);
         } else if (e->type() == QEvent::Show) {
             KXLOG << "picture-in-picture shown by the host";
@@ -208,19 +207,18 @@ bool QDlgScreen::isOnScreen(const tagPersonInfo* p) const
         return false;
     if (m_pPicInPic->isTile(tile))
         return true;
-    return !QKXScreenConfig::getInstance()->m_bMeetingRoomMinimized.load();
+    return !m_bMeetingRoomMinimized;
 }
 
 void QDlgScreen::testShowPicInPicDialog(bool bShow)
 {
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
-    KXLOG << "testShowPicInPicDialog bShow:" << bShow << ",mode:" << cfg->curScreenMode();
+    KXLOG << "testShowPicInPicDialog bShow:" << bShow << ",mode:" << curMode();
     if (bShow) {
         m_bPicInPicUserHidden = false;
-        if (!usesPicInPic(cfg->curScreenMode())) {
+        if (!usesPicInPic(curMode())) {
             // The window needs a stage: layout 4, as a share would, until it
             // is hidden again.
-            cfg->setPreScreenMode(cfg->curScreenMode());
+            m_iPreScreenMode = curMode();
             m_bPicInPicSwitchedLayout = true;
             setMeetingMode(4);
             return;
@@ -229,11 +227,11 @@ void QDlgScreen::testShowPicInPicDialog(bool bShow)
         return;
     }
     m_bPicInPicUserHidden = true;
-    m_iPicInPicHiddenMode = cfg->curScreenMode();
+    m_iPicInPicHiddenMode = curMode();
     if (m_bPicInPicSwitchedLayout) {
         m_bPicInPicSwitchedLayout = false;
-        if (cfg->curScreenMode() == 4 && !hasShare() && m_qstrWhiteBoardUserID.isEmpty()) {
-            setMeetingMode(cfg->preScreenMode());
+        if (curMode() == 4 && !hasShare() && m_qstrWhiteBoardUserID.isEmpty()) {
+            setMeetingMode(m_iPreScreenMode);
             return;
         }
     }
@@ -271,8 +269,7 @@ void QDlgScreen::onClickPicInPicPlayWidget(void* person)
     auto* p = static_cast<tagPersonInfo*>(person);
     if (!testLivePerson(p, "onClickPicInPicPlayWidget"))
         return;
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
-    tagPersonInfo* stage = cfg->curScreenMode() == 4 ? m_pFocusPerson : nullptr;
+    tagPersonInfo* stage = curMode() == 4 ? m_pFocusPerson : nullptr;
     if ((stage && stage->isShareScreen()) || !m_qstrWhiteBoardUserID.isEmpty()) {
         // The share keeps the stage; the click chooses who "one" shows.
         m_qstrPicInPicOne = p->userID;
@@ -285,8 +282,7 @@ void QDlgScreen::onClickPicInPicPlayWidget(void* person)
 
 void QDlgScreen::putOnStage(tagPersonInfo* p)
 {
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
-    if (cfg->curScreenMode() == 9 && m_pMaxPlayWnd && m_pMaxPlayWnd != m_pFocusPlayWidget) {
+    if (curMode() == 9 && m_pMaxPlayWnd && m_pMaxPlayWnd != m_pFocusPlayWidget) {
         // Full screen: the participant takes the full-screen tile.
         auto it = m_mapPlay.find(m_pMaxPlayWnd);
         if (it != m_mapPlay.end()) {
@@ -365,7 +361,7 @@ void QDlgScreen::onModReposShareWgtPos()
 void QDlgScreen::onModSetSharePause(bool bPause)
 {
     // The share's tile keeps its last picture; the overlay marks it paused.
-    QKXScreenConfig::getInstance()->m_bSharePause = bPause;
+    m_state.sharePause = bPause;
     for (tagPersonInfo* p : qAsConst(m_vecPerson)) {
         if (p->isShareScreen())
             refreshTile(p);
@@ -376,9 +372,9 @@ void QDlgScreen::onModStartLocalShare(int iShareType, bool bShare)
 {
     QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
     KXLOG << "onModStartLocalShare iShareType:" << iShareType << ",bShare:" << bShare;
-    if (cfg->m_bLocalShare == bShare)
+    if (m_state.localShare == bShare)
         return;
-    cfg->m_bLocalShare = bShare;
+    m_state.localShare = bShare;
     for (tagPersonInfo* p : qAsConst(m_vecPerson)) {
         if (p->bSelf)
             refreshTile(p);
@@ -396,9 +392,8 @@ void QDlgScreen::onModStopLocalShare()
 
 void QDlgScreen::onModSetShareWatermark(QString text, bool bShow)
 {
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
-    cfg->m_qstrShareWatermark = text;
-    cfg->m_bShowWatermark = bShow;
+    m_state.watermark = text;
+    m_state.showWatermark = bShow;
     for (tagPersonInfo* p : qAsConst(m_vecPerson)) {
         if (p->isShareScreen())
             refreshTile(p);
@@ -407,7 +402,6 @@ void QDlgScreen::onModSetShareWatermark(QString text, bool bShow)
 
 void QDlgScreen::onModShareWhiteBoard(QString userID, bool bShare, bool bDulMode)
 {
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
     KXLOG << "onModShareWhiteBoard userID:" << userID << ",bShare:" << bShare << ",bDulMode:" << bDulMode;
     if (bShare) {
         if (userID.isEmpty())
@@ -415,9 +409,9 @@ void QDlgScreen::onModShareWhiteBoard(QString userID, bool bShare, bool bDulMode
         const bool bWasOn = !m_qstrWhiteBoardUserID.isEmpty();
         m_qstrWhiteBoardUserID = userID;
         m_bWhiteBoardDual = bDulMode;
-        if (!bWasOn && cfg->curScreenMode() != 4) {
-            if (cfg->curScreenMode() != 9)
-                cfg->setPreScreenMode(cfg->curScreenMode());
+        if (!bWasOn && curMode() != 4) {
+            if (curMode() != 9)
+                m_iPreScreenMode = curMode();
             m_bWhiteBoardSwitchedLayout = true;
         }
         m_bShareWgtKnown = false; // the host needs the area's position even if a share had it
@@ -432,17 +426,18 @@ void QDlgScreen::onModShareWhiteBoard(QString userID, bool bShare, bool bDulMode
     m_bShareWgtKnown = false;
     if (m_bWhiteBoardSwitchedLayout && !hasShare()) {
         m_bWhiteBoardSwitchedLayout = false;
-        setMeetingMode(cfg->preScreenMode());
+        setMeetingMode(m_iPreScreenMode);
         return;
     }
     m_bWhiteBoardSwitchedLayout = false;
-    setMeetingMode(cfg->curScreenMode());
+    setMeetingMode(curMode());
 }
 
 void QDlgScreen::onModMeetingRoomMinimized(bool bMinimized)
 {
     QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
     KXLOG << "onModMeetingRoomMinimized bMinimized:" << bMinimized;
+    m_bMeetingRoomMinimized = bMinimized;
     if (!bMinimized) {
         // What is visible again is pulled at once.
         reposPlayWnd();
@@ -452,6 +447,6 @@ void QDlgScreen::onModMeetingRoomMinimized(bool bMinimized)
     // their video is stopped five seconds later, unless the room comes back
     // first; the floating window's tiles still count.
     restartVideoMuteTimer();
-    if (cfg->m_bLocalShare || hasShare())
+    if (m_state.localShare || hasShare())
         cfg->notifyHost(26, 0, 0);
 }

@@ -59,7 +59,7 @@ void QDlgScreen::setPersonDefStreamType(void* person)
     const int n = m_vecPerson.size();
     const int iDefType = kxstream::defaultType(n);
     KXLOG << "0iStreamType:" << 3 << ",iDefType:" << iDefType << ",userName:" << p->userName;
-    const int mode = QKXScreenConfig::getInstance()->curScreenMode();
+    const int mode = curMode();
     const bool bFullTile = m_pMaxPlayWnd && p->pWidget == m_pMaxPlayWnd;
     const int type = kxstream::defStreamType(mode, n, bFullTile, p == m_pFocusPerson);
     p->iStreamType = type;
@@ -69,7 +69,7 @@ void QDlgScreen::setPersonDefStreamType(void* person)
 
 int QDlgScreen::getCurPageStreamType() const
 {
-    return kxstream::curPageStreamType(QKXScreenConfig::getInstance()->curScreenMode(), m_iPageIdx,
+    return kxstream::curPageStreamType(curMode(), m_iPageIdx,
                                        m_vecPerson.size());
 }
 
@@ -124,7 +124,7 @@ void QDlgScreen::onCheckTimer()
     }
     if (bOrder) {
         KXLOG << "notifyDisplayOrder";
-        emit QKXScreenConfig::getInstance()->notifyDisplayOrder(false);
+        emit notifyDisplayOrder(false);
     }
 }
 

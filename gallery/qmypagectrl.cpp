@@ -55,5 +55,5 @@ void QMyPageCtrl::paintEvent(QPaintEvent* event)
 void QMyPageCtrl::mousePressEvent(QMouseEvent* event)
 {
     if (event->button() == Qt::LeftButton)
-        emit QKXScreenConfig::getInstance()->clickPageCtl(this);
+        emit clickPageCtl(this);
 }

@@ -12,8 +12,8 @@ class QPaintEvent;
 // One of the gallery's page / strip buttons. The control is as large as its
 // image; an SVG image is rasterised at twice its size and drawn scaled down so
 // it stays sharp on scaled displays. Clicks are not handled here: a left press
-// is reported through QKXScreenConfig::clickPageCtl(this) and the gallery
-// decides what the control means.
+// is reported through clickPageCtl(this) and the gallery that made the control
+// decides what it means.
 class QMyPageCtrl : public QMyWidget
 {
     Q_OBJECT
@@ -23,6 +23,9 @@ public:
     // The image as loaded (gives the control its size) and the image drawn.
     const QPixmap& image() const { return m_pixmap; }
     const QPixmap& drawImage() const { return m_pixmapDraw; }
+
+signals:
+    void clickPageCtl(QWidget* ctrl);
 
 protected:
     void paintEvent(QPaintEvent* event) override;

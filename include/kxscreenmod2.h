@@ -13,11 +13,17 @@
  * module). Every widget of the module lives there and the module runs no event
  * loop of its own: the host must keep pumping that thread's events.
  *
- *   [any thread]  the export may be called from any thread. Work that changes
- *                 the gallery is queued to the interface thread and runs when
- *                 the host pumps events; the export returns at once.
- *   [interface]   the export runs gallery code on the calling thread and must be
- *                 called on the interface thread.
+ *   [any thread]  the export may be called from any thread. On the interface
+ *                 thread it acts before it returns; from another thread the
+ *                 work is queued to the interface thread and runs when the host
+ *                 pumps events, and the export returns at once (1). Queued work
+ *                 is bounded: while it waits, a newer call of the same export
+ *                 for the same participant (or for the gallery) replaces the
+ *                 older one, so a thread that reports a volume 100 times a
+ *                 second costs one waiting item, not a queue.
+ *   [interface]   the export answers with data of the gallery or takes the
+ *                 host's widgets: on any other thread it is refused (0 or null)
+ *                 with a warning, and runs no gallery code there.
  *
  * Handles
  * -------
@@ -28,6 +34,19 @@
  * a stale pointer is never dereferenced, and a play handle is only accepted by
  * the gallery that issued it. A gallery released while host threads are inside
  * its exports stays alive for them and goes once the last has returned.
+ *
+ * Each handle is a gallery of its own: an export acts on the gallery its handle
+ * names and on no other, so a host may hold several (a meeting and a preview).
+ * What is per process: the skin (KXScreen_SetIsNewSkin), the scale factors
+ * (KXScreen_SetDPIs), the settings file, and the layout a new gallery starts in
+ * (the last one set with KXScreen_SetCurMode).
+ *
+ * The host's widget may go first: when the widget given to KXScreen_Init (or
+ * KXScreen_SetParent) is destroyed before KXScreen_Release, the gallery goes
+ * with it and from then on every export on that handle answers 0 or null with
+ * a warning, host threads inside an export at that moment finish safely, and
+ * nothing more is sent to the host function. KXScreen_Release is still due:
+ * it frees what is left.
  *
  * Strings
  * -------
@@ -170,7 +189,7 @@ _Static_assert(sizeof(KxCloudRTCVideoFrameQT) == 32, "frame record is 32 bytes")
  * "user_data/sys_ver.ini" (UTF-8). Returns the module handle. Raises the
  * calling thread's priority. */
 KXSCREEN_API void* KXScreen_Init(QWidget* parent, const char* baseDir, KXScreenMsgCallback callback);
-/* [interface] Destroys the gallery; the handle and its play handles are dead afterwards. Null is ignored.
+/* [any thread] Destroys the gallery; the handle and its play handles are dead afterwards. Null is ignored.
  * From another thread the release is queued to the interface thread. */
 KXSCREEN_API void KXScreen_Release(void* hScreen);
 /* [interface] Moves the gallery into another parent widget and shows it. */
@@ -190,24 +209,25 @@ KXSCREEN_API void* KXScreen_AddPerson(void* hScreen, char* userID, char* extra, 
 KXSCREEN_API int KXScreen_DelPerson(void* hScreen, void* hPlay);
 /* [any thread] Hands one decoded frame (a KxCloudRTCVideoFrameQT*) to the participant's tile.
  * The picture is copied before the call returns. Returns 1 when a tile took it. Refused (0, with
- * a log line): a length smaller than the picture's I420 size, width * height + 2 * ((width + 1) / 2)
- * * ((height + 1) / 2), and a side above 16384 pixels. */
+ * a warning): a length smaller than the picture's I420 size, width * height + 2 * ((width + 1) / 2)
+ * * ((height + 1) / 2), a side above 16384 pixels, and an area above 7680 x 4320 pixels. */
 KXSCREEN_API int KXScreen_PlayFrame(void* hScreen, void* hPlay, void* frame);
-/* [interface] The participant's video was turned on or off. */
+/* [any thread] The participant's video was turned on or off. */
 KXSCREEN_API int KXScreen_Preview(void* hScreen, void* hPlay, bool bPreview);
 /* [any thread] Microphone muted (non-zero) or open. */
 KXSCREEN_API int KXScreen_SetMute(void* hScreen, void* hPlay, int iMute);
 /* [any thread] The participant has a microphone at all. */
 KXSCREEN_API int KXScreen_SetHasMic(void* hScreen, void* hPlay, bool bHasMic);
-/* [any thread] Local user flag, role (1 host, 2 co-host) and name (UTF-8). */
+/* [any thread] Local user flag, role (1 host, 2 co-host) and name (UTF-8; names are kept to their first
+ * 256 characters, here and in KXScreen_AddPerson). */
 KXSCREEN_API int KXScreen_SetPersonInfo(void* hScreen, void* hPlay, bool bSelf, int iRoleType, char* name);
-/* [interface] Head image shown while there is no video; the image is copied. */
+/* [any thread] Head image shown while there is no video; the image is copied. */
 KXSCREEN_API int KXScreen_SetPersonHeadImg(void* hScreen, void* hPlay, const QImage* image);
 /* [any thread] Speaking level, 0 to 100. */
 KXSCREEN_API int KXScreen_SetVolume(void* hScreen, void* hPlay, int iVolume);
-/* [interface] Everyone looks at this participant (non-zero) or not. */
+/* [any thread] Everyone looks at this participant (non-zero) or not. */
 KXSCREEN_API int KXScreen_AllLook(void* hScreen, void* hPlay, int bAllLook);
-/* [interface] The local user locks the view on this participant (non-zero) or not. */
+/* [any thread] The local user locks the view on this participant (non-zero) or not. */
 KXSCREEN_API int KXScreen_LockLook(void* hScreen, void* hPlay, int bLockLook);
 /* [any thread] The "more" menu of this participant was hidden by the host. */
 KXSCREEN_API int KXScreen_MoreInHide(void* hScreen, void* hPlay);
@@ -230,11 +250,14 @@ KXSCREEN_API int KXScreen_UpdateNetWeak(void* hScreen, const char* userID, bool 
 /* Layout and gallery                                                        */
 /* ------------------------------------------------------------------------ */
 
-/* [any thread] Sets the layout (enum KXScreenLayout; other values show the grid). */
+/* [any thread] Sets the layout (enum KXScreenLayout). A value outside 1 to 9 is taken as 1: the grid is
+ * shown, KXScreen_GetCurMode answers 1, and a warning says so. On the interface thread the layout is
+ * applied before the export returns, also before KXScreen_JoinMeetingFinish. A gallery made later
+ * starts in the layout set last. */
 KXSCREEN_API int KXScreen_SetCurMode(void* hScreen, int iMode);
-/* [any thread] The current layout. */
+/* [any thread] The current layout of this gallery. */
 KXSCREEN_API int KXScreen_GetCurMode(void* hScreen);
-/* [interface] The local user has finished joining: ordering and video stop/resume start now. */
+/* [any thread] The local user has finished joining: ordering and video stop/resume start now. */
 KXSCREEN_API int KXScreen_JoinMeetingFinish(void* hScreen);
 /* [interface] Non-zero while the window that holds the gallery (the host's top-level window; the
  * gallery itself is a child widget and is never minimised) is minimised. Like every other export it
@@ -293,8 +316,9 @@ KXSCREEN_API QWidget* KXScreenExt_GetWidgetPtr(void* hScreen);
 /* Picture-in-picture, subtitles, display                                    */
 /* ------------------------------------------------------------------------ */
 
-/* [interface] */
+/* [any thread] */
 KXSCREEN_API int KXScreen_ShowPicInPic(void* hScreen, bool bShow);
+/* [interface] */
 KXSCREEN_API QWidget* KXScreen_GetPicInPicWidgetPtr(void* hScreen);
 /* Live captions, drawn as a band near the bottom of the gallery's video: the
  * speaker's name and words, wrapped, at most three lines, the newest at the
@@ -351,7 +375,7 @@ extern "C" {
  * KXSCREEN_MOVE_HIDE (1) move and hide, KXSCREEN_MOVE_RAISE (2) move, show and raise. */
 enum { KXSCREEN_MOVE_SHOW = 0, KXSCREEN_MOVE_HIDE = 1, KXSCREEN_MOVE_RAISE = 2 };
 KXSCREEN_API int KXScreen_MoveWindow(void* hScreen, QRect rect, int flags);
-/* [interface] Name (local 8-bit), call state and head image of an invited participant. */
+/* [any thread] Name (local 8-bit), call state and head image of an invited participant. */
 KXSCREEN_API int KXScreen_SetUnjoinedPersonInfo(void* hScreen, void* hPlay, char* name, int iStatus, const QImage& image);
 /* [any thread] Text watermark over shared screens. */
 KXSCREEN_API int KXScreen_SetShareWatermark(void* hScreen, QString text, bool bShow);

@@ -5,24 +5,31 @@
 #include "modulelog.h"
 #include "playhandles.h"
 #include "qdlgmain.h"
+#include "qdlgscreen.h"
 #include "qkxscreenconfig.h"
 #include "testhooks.h"
 
-#include <QPointer>
-#include <QSet>
+#include <QList>
+#include <atomic>
 
 namespace {
 
 std::mutex g_handlesLock;
-// Handles the host may use.
-QSet<void*>& liveHandles()
+// Every handle issued and not yet freed, in the order of issue: live ones,
+// and released ones or ones whose dialog is gone that still wait for their
+// last export (or for the gallery code below a host notification).
+QList<KXScreenHandle*>& handles()
 {
-    static QSet<void*> set;
-    return set;
+    static QList<KXScreenHandle*> list;
+    return list;
 }
-// Released handles whose gallery waits for its last export (or for the gallery
-// code below a host notification) before it is freed.
-int g_retiredCount = 0;
+std::atomic<quint64> g_nextSerial{1};
+
+// Under g_handlesLock.
+bool usable(const KXScreenHandle* h)
+{
+    return !h->retired && !h->galleryLost && h->pScreen;
+}
 
 // The registry of freed records only protects pointers held by galleries
 // (their tiles, overlays and queued calls). With no gallery left it would
@@ -32,51 +39,90 @@ void pruneFreedRecords()
     bool none = false;
     {
         std::lock_guard<std::mutex> lock(g_handlesLock);
-        none = liveHandles().isEmpty() && g_retiredCount == 0;
+        none = handles().isEmpty();
     }
     if (none)
         QKXScreenConfig::getInstance()->clearDelPersons();
 }
 
-// Interface thread, nobody inside the handle: the gallery, its remaining play
-// handles and the handle itself go.
-void freeRetired(KXScreenHandle* h)
+// Interface thread, nothing inside the handle: the gallery, the play handles
+// it issued and its callback object go. The handle itself stays until the
+// host releases it.
+void freeGallery(KXScreenHandle* h)
 {
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+    QDlgScreen* screen = nullptr;
     {
-        // No frame is being copied while the tiles and records go away.
-        std::lock_guard<std::recursive_mutex> lock(cfg->frameLock());
-        delete h->pMainDlg;
-        h->pMainDlg = nullptr;
+        std::lock_guard<std::mutex> lock(g_handlesLock);
+        screen = h->pScreen;
+        h->pScreen = nullptr;
     }
-    // Play handles the host never deleted die with their gallery.
+    if (QDlgMain* dlg = h->pMainDlg.data()) {
+        dlg->disown();
+        delete dlg; // the gallery is its child
+    } else {
+        delete screen; // taken out of a dialog that is gone
+    }
     kxplay::removeAll(h);
     delete h->pCallback;
     h->pCallback = nullptr;
-    delete h;
+}
+
+// Interface thread: frees what nothing uses any more.
+void settle(KXScreenHandle* h)
+{
     {
         std::lock_guard<std::mutex> lock(g_handlesLock);
-        --g_retiredCount;
+        if (h->users > 0 || !(h->retired || h->galleryLost))
+            return;
     }
+    // Gallery code that notified the host is still on the stack: the end of
+    // the outermost notification settles.
+    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+    if (cfg->inHostNotification()) {
+        cfg->settleAfterNotification();
+        return;
+    }
+    if (h->pScreen)
+        freeGallery(h);
+    if (!h->retired)
+        return;
+    {
+        std::lock_guard<std::mutex> lock(g_handlesLock);
+        handles().removeAll(h);
+    }
+    delete h;
     pruneFreedRecords();
 }
 
-// Frees a retired handle once nothing is inside it: at once when that is safe,
-// else on the interface thread's next turn.
-void finishLater(KXScreenHandle* h)
+// From any thread: settles on the interface thread's next turn, once per
+// handle however often it is asked. The work names no handle: by the time it
+// runs, the handle may have been settled by the end of a notification.
+void settleLater(KXScreenHandle* h)
 {
-    kxsync::post(QKXScreenConfig::getInstance(), [h]() {
-        {
-            std::lock_guard<std::mutex> lock(g_handlesLock);
-            if (h->users > 0)
-                return; // the last export to leave hands it over again
-        }
-        if (QKXScreenConfig::getInstance()->inHostNotification()) {
-            finishLater(h);
+    {
+        std::lock_guard<std::mutex> lock(g_handlesLock);
+        if (h->settleQueued)
             return;
-        }
-        freeRetired(h);
-    });
+        h->settleQueued = true;
+    }
+    kxsync::post(QKXScreenConfig::getInstance(), []() { settleScreenHandles(); });
+}
+
+// The dialog of h is being destroyed by someone else than the module (the
+// host deleted its parent widget); it has just given the gallery up.
+void galleryLost(KXScreenHandle* h, QDlgScreen* screen)
+{
+    {
+        std::lock_guard<std::mutex> lock(g_handlesLock);
+        h->galleryLost = true;
+    }
+    KXWARN << "[ScreenMod]the gallery's parent widget was destroyed before KXScreen_Release:"
+           << "its handle answers 0 from now on; release it to free what is left";
+    if (h->pCallback)
+        QKXScreenConfig::getInstance()->removeCallback(h->pCallback);
+    screen->retire();
+    // Not freed inside the host's widget destruction: on the next turn.
+    settleLater(h);
 }
 
 } // namespace
@@ -105,10 +151,8 @@ ScreenUse::ScreenUse(void* hScreen)
         return;
     {
         std::lock_guard<std::mutex> lock(g_handlesLock);
-        if (!liveHandles().contains(hScreen))
-            return;
         auto* h = static_cast<KXScreenHandle*>(hScreen);
-        if (!h->pMainDlg || !h->pMainDlg->GetDlgScreenPtr())
+        if (!handles().contains(h) || !usable(h))
             return;
         ++h->users;
         m_h = h;
@@ -123,21 +167,25 @@ ScreenUse::~ScreenUse()
     bool last = false;
     {
         std::lock_guard<std::mutex> lock(g_handlesLock);
-        last = --m_h->users == 0 && m_h->retired;
+        last = --m_h->users == 0 && (m_h->retired || m_h->galleryLost);
     }
     if (last)
-        finishLater(m_h);
+        settleLater(m_h);
 }
 
-QDlgScreen* ScreenUse::screen() const
+KXScreenHandle* createScreenHandle(KXScreenMsgCallback callback, QDlgMain* dlg)
 {
-    return m_h ? m_h->pMainDlg->GetDlgScreenPtr() : nullptr;
-}
-
-void registerScreenHandle(KXScreenHandle* h)
-{
+    auto* h = new KXScreenHandle;
+    h->serial = g_nextSerial.fetch_add(1);
+    h->callback = callback;
+    h->pCallback = new CWin32UICallback;
+    h->pCallback->m_pScreen = h;
+    h->pMainDlg = dlg;
+    h->pScreen = dlg->GetDlgScreenPtr();
+    dlg->setOnLost([h](QDlgScreen* screen) { galleryLost(h, screen); });
     std::lock_guard<std::mutex> lock(g_handlesLock);
-    liveHandles().insert(h);
+    handles().append(h);
+    return h;
 }
 
 bool isLiveScreenHandle(void* hScreen)
@@ -145,28 +193,44 @@ bool isLiveScreenHandle(void* hScreen)
     if (!hScreen)
         return false;
     std::lock_guard<std::mutex> lock(g_handlesLock);
-    return liveHandles().contains(hScreen);
+    auto* h = static_cast<KXScreenHandle*>(hScreen);
+    return handles().contains(h) && !h->retired;
+}
+
+bool isSameScreenHandle(void* hScreen, quint64 serial)
+{
+    std::lock_guard<std::mutex> lock(g_handlesLock);
+    auto* h = static_cast<KXScreenHandle*>(hScreen);
+    return handles().contains(h) && !h->retired && h->serial == serial;
 }
 
 int liveScreenHandleCount()
 {
     std::lock_guard<std::mutex> lock(g_handlesLock);
-    return liveHandles().size() + g_retiredCount;
+    return handles().size();
 }
 
 bool isValidScreenHandle(void* hScreen)
 {
-    if (!isLiveScreenHandle(hScreen))
-        return false;
+    std::lock_guard<std::mutex> lock(g_handlesLock);
     auto* h = static_cast<KXScreenHandle*>(hScreen);
-    return h->pMainDlg && h->pMainDlg->GetDlgScreenPtr();
+    return hScreen && handles().contains(h) && usable(h);
 }
 
 QDlgScreen* screenOf(void* hScreen)
 {
-    if (!isValidScreenHandle(hScreen))
-        return nullptr;
-    return static_cast<KXScreenHandle*>(hScreen)->pMainDlg->GetDlgScreenPtr();
+    return isValidScreenHandle(hScreen) ? static_cast<KXScreenHandle*>(hScreen)->pScreen : nullptr;
+}
+
+QList<QDlgScreen*> liveScreens()
+{
+    QList<QDlgScreen*> out;
+    std::lock_guard<std::mutex> lock(g_handlesLock);
+    for (KXScreenHandle* h : qAsConst(handles())) {
+        if (usable(h))
+            out.append(h->pScreen);
+    }
+    return out;
 }
 
 void releaseScreenHandle(KXScreenHandle* h)
@@ -174,28 +238,36 @@ void releaseScreenHandle(KXScreenHandle* h)
     int users = 0;
     {
         std::lock_guard<std::mutex> lock(g_handlesLock);
-        liveHandles().remove(h);
         h->retired = true;
-        ++g_retiredCount;
         users = h->users;
     }
     QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
-    // From here on the host hears nothing more from this gallery, and its play
-    // handles are dead (one an export on another thread adds meanwhile goes
-    // when the gallery does).
+    // From here on the host hears nothing more from this gallery.
     if (h->pCallback)
         cfg->removeCallback(h->pCallback);
-    kxplay::removeAll(h);
     if (users == 0 && !cfg->inHostNotification()) {
-        freeRetired(h);
+        settle(h);
         return;
     }
+    if (users == 0)
+        cfg->settleAfterNotification();
     // An export on another thread is still inside the gallery, or gallery code
     // that notified the host is still running below this call: the gallery is
     // dead for the host now and goes once they are done.
     KXLOG << "[ScreenMod]KXScreen_Release deferred, exports inside:" << users;
-    if (h->pMainDlg)
-        h->pMainDlg->hide();
-    if (users == 0)
-        finishLater(h);
+    if (h->pScreen)
+        h->pScreen->retire();
+}
+
+void settleScreenHandles()
+{
+    QList<KXScreenHandle*> all;
+    {
+        std::lock_guard<std::mutex> lock(g_handlesLock);
+        all = handles();
+        for (KXScreenHandle* h : qAsConst(all))
+            h->settleQueued = false;
+    }
+    for (KXScreenHandle* h : qAsConst(all))
+        settle(h);
 }

@@ -21,8 +21,17 @@ QDlgMain::QDlgMain(QWidget* parent)
 
 QDlgMain::~QDlgMain()
 {
-    delete m_pDlgScreen;
+    QDlgScreen* screen = m_pDlgScreen;
     m_pDlgScreen = nullptr;
+    if (screen && m_onLost) {
+        // Our children are deleted after this body: the gallery leaves first.
+        screen->hide();
+        screen->setParent(nullptr);
+        const std::function<void(QDlgScreen*)> onLost = std::move(m_onLost);
+        onLost(screen);
+        return;
+    }
+    delete screen;
 }
 
 void QDlgMain::closeEvent(QCloseEvent* event)

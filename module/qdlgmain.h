@@ -2,6 +2,7 @@
 #define KX_QDLGMAIN_H
 
 #include <QDialog>
+#include <functional>
 
 class QDlgScreen;
 
@@ -18,6 +19,13 @@ public:
     // Escape would hide a dialog; the gallery stays until it is released.
     void reject() override {}
 
+    // Called when the dialog is destroyed by anyone but the module (its
+    // parent, the host's widget, went first), with the gallery taken out of
+    // the dialog so that it outlives it: host threads may be inside it.
+    void setOnLost(std::function<void(QDlgScreen*)> onLost) { m_onLost = std::move(onLost); }
+    // The module is about to delete the dialog itself: the gallery goes with it.
+    void disown() { m_onLost = nullptr; }
+
 protected:
     void closeEvent(QCloseEvent* event) override;
     void hideEvent(QHideEvent* event) override;
@@ -25,6 +33,7 @@ protected:
 
 private:
     QDlgScreen* m_pDlgScreen = nullptr;
+    std::function<void(QDlgScreen*)> m_onLost;
 };
 
 #endif

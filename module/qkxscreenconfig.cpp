@@ -2,10 +2,10 @@
 
 #include "cabsuimsgcallback.h"
 #include "kxscreenmod2.h"
+#include "kxscreenhandle.h"
 #include "kxsync.h"
 #include "modulelog.h"
 #include "personinfo.h"
-#include "sentencestore.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -200,6 +200,14 @@ void QKXScreenConfig::notifyHost(unsigned int msg, quint64 wParam, quint64 lPara
         } depth(m_iNotifyDepth);
         cb->UIMsgNotify(msg, wParam, lParam);
     }
+    // A gallery released (or whose window went) while a host function ran
+    // goes on the turn after the outermost one has returned, when the gallery
+    // code that notified the host has unwound too; not by asking again on
+    // every turn of an event loop that the host function runs meanwhile.
+    if (m_iNotifyDepth == 0 && m_bSettleDue) {
+        m_bSettleDue = false;
+        kxsync::post(this, []() { settleScreenHandles(); });
+    }
 }
 
 void QKXScreenConfig::setDPIs(double d1, double d2)
@@ -254,28 +262,4 @@ void QKXScreenConfig::dumpFrame(const tagPersonInfo* pPerson, const KxCloudRTCVi
                            + 2 * ((qint64(frame->width) + 1) / 2) * ((qint64(frame->height) + 1) / 2);
     file.write(reinterpret_cast<const char*>(frame->data), qMin<qint64>(frame->length, picture));
     file.close();
-}
-
-void QKXScreenConfig::resetMeetingState()
-{
-    m_bHasShare = false;
-    m_bDisplayOrderFlag = false;
-    m_qstrAciveUserID.clear();
-    m_pMaxPlayWidget = nullptr;
-    m_pSecondBigPlayWidget = nullptr;
-    m_pBigPlayWidget = nullptr;
-    m_iPersonCount = 0;
-}
-
-void QKXScreenConfig::addSentence(int iType, int iIndex, const QString& name, const QString& text)
-{
-    // Host threads call this: only the queued signal carries the line on,
-    // cut to what the captions keep so that a flood of long texts queues little.
-    emit modSignalAddSubtitle(iType, iIndex, kxsubtitle::SentenceStore::clipName(name),
-                              kxsubtitle::SentenceStore::clipText(text));
-}
-
-void QKXScreenConfig::clearSubtitles()
-{
-    emit modSignalClearSubtitles();
 }

@@ -14,9 +14,11 @@ class QWidget;
 struct tagPersonInfo;
 struct KxCloudRTCVideoFrameQT;
 
-// The module's one shared object: settings read by every part, registries that
-// outlive a gallery, the host callback list, the frame lock, and the signals
-// that carry exports to the gallery controller. Lives on the interface thread.
+// The module's one shared object: what is truly per process. Settings read by
+// every part (settings file, skin, scale factors), registries that outlive a
+// gallery, the host callback list, the frame lock and the layout a new gallery
+// starts in. Everything about one gallery belongs to that gallery. Lives on
+// the interface thread.
 class QKXScreenConfig : public QObject
 {
     Q_OBJECT
@@ -59,12 +61,14 @@ public:
     // True while a host function is running (interface thread): gallery code
     // that sent the notification is still on the stack below it.
     bool inHostNotification() const { return m_iNotifyDepth > 0; }
+    // Something waits for the outermost host notification to return.
+    void settleAfterNotification() { m_bSettleDue = true; }
 
     // --- layout -----------------------------------------------------------
-    int curScreenMode() const { return m_iCurScreenMode.load(); }
-    void setCurScreenMode(int mode) { m_iCurScreenMode.store(mode); }
-    int preScreenMode() const { return m_iPreScreenMode; }
-    void setPreScreenMode(int mode) { m_iPreScreenMode = mode; }
+    // The layout a new gallery starts in: the last one a host set. Each
+    // gallery keeps its own current layout.
+    int startMode() const { return m_iStartMode.load(); }
+    void setStartMode(int mode) { m_iStartMode.store(mode); }
 
     // Pixel lengths scaled for the display; lengths are used unchanged.
     int dpiScale(int px) const { return px; }
@@ -85,94 +89,18 @@ public:
     static QString dumpFilePath(const QString& baseDir, const QString& userName,
                                 const QString& userID, int w, int h);
 
-    // Clears per-meeting state when the last participant leaves.
-    void resetMeetingState();
-
     // Members read by the gallery parts (plain fields, interface thread unless noted).
-    int m_iPreScreenMode = 1;
-    QWidget* m_pFocusPlayWidget = nullptr;   // the focus tile
-    QWidget* m_pMaxPlayWidget = nullptr;     // the tile shown full screen (mode 9)
-    QWidget* m_pSecondBigPlayWidget = nullptr; // right big tile of speaker4
-    QWidget* m_pBigPlayWidget = nullptr;     // big tile of six-cut / eight-cut
     bool m_b4K = false;
-    bool m_bSpeaker4Active = false;          // the speaker4 layout reference is live
     QString m_qstrImgDir = QStringLiteral(":/pic/");
     QString m_qstrSvgDir = QStringLiteral(":/svg/");
-    QRect m_rcScreen;                        // the gallery's screen
-    QRect m_rcDest;                          // the gallery's own rectangle
+    QRect m_rcScreen;                        // the primary screen's available area
+    QRect m_rcDest;                          // the primary screen's area
     bool m_bNewIcon = true;                  // SVG strip controls instead of PNG
-    bool m_bHostOrCoHost = false;            // the local user is host or co-host
-    bool m_bHasShare = false;                // a remote screen share is present
-    bool m_bDisplayOrderFlag = false;        // argument of the last onDisplayOrder
-    bool m_bLocalShare = false;              // the local user shares
-    bool m_bSharePause = false;
     bool m_bSilenceSelfNoTile = false;       // no missing-tile log for the local user
-    bool m_bSubtitleOpen = false;
     QString m_qstrSeparator = QStringLiteral("@");
-    bool m_bExtScreenShowing = false;
-    // The external-screen window while it is open; read by host threads
-    // (a share that arrives while it is open is kept for it).
-    std::atomic<QWidget*> m_pExtScreen{nullptr};
-    QString m_extUserID;                     // participant shown on the external screen
-    QString m_qstrAciveUserID;               // active speaker
-    QString m_qstrShareWatermark;
-    bool m_bShowWatermark = false;
+    // The last KXScreen_SetMeetingRoomMinimized without a gallery named: it
+    // reaches every gallery (any thread).
     std::atomic<bool> m_bMeetingRoomMinimized{false};
-    std::atomic<bool> m_bPrimaryScreen{false};
-    int m_iPersonCount = 0;
-
-signals:
-    void modSignalMove(QRect rect, int flags);
-    void modSignalAllLook(void* pPerson, bool b);
-    void modSignalLookLock(void* pPerson, bool b);
-    void modSignalPreviewMute(void* pPerson, bool b);
-    void modSignalDelPerson(void* pPerson);
-    void modSignalMeetingMode(int mode);
-    void modSignalScreenToolbar(QRect rect, bool b);
-    void modSignalAudioMute(void* pPerson, bool b);
-    void modSignalHasMic(void* pPerson, bool b);
-    void modSignalPersonInfo(void* pPerson, bool bSelf, int iRoleType, QString name);
-    void modSignalVolume(void* pPerson, int volume);
-    void modSignalAddPerson(void* pPerson);
-    void playFrameUpdateUI(void* pPerson, int width, int height);
-    void modSignalFocusByUserID(QString userID);
-    void modSignalSwitchMode();
-    void notifyUpdatePersonInfo(void* pPlayHdl, void* pPerson);
-    void modSignalMoreInHide(void* pPerson);
-    void modSignalSetScreenMode(int mode);
-    void modSignalJoinMeetingFinish();
-    void notifyClickExtPlayWidget(void* pPerson);
-    void notifyPicInPicOne();
-    void notifyPicInPicMutil(bool b);
-    void notifyPicInPicChangePage(bool bNext);
-    void notifyClickPicInPicPlayWidget(void* pPerson);
-    void modSignalVoiceActivate(QString userID);
-    void modSignalCancelVoiceActivate();
-    void modSignalSetSpeakList(QString userIDs);
-    void clickPageCtl(QWidget* pCtrl);
-    void notifyClickAudioCtrl(void* pPerson);
-    void notifyClickMore(void* pPerson, int pos);
-    void notifyRecallPerson(void* pPerson);
-    void modSignalSetSharePause(bool bPause);
-    void modSignalPrimaryScreenChanged(bool bPrimary);
-    void modSignalStartLocalShare(int iShareType, bool b);
-    void modSignalStopLoaclShare();
-    void modSignalSetShareWatermark(QString text, bool bShow);
-    void modSignalShareWhiteBoard(QString userID, bool bShare, bool bDulMode);
-    void modSignalReposShareWgtPos();
-    void modSignalUpdateNetWeak(QString userID, bool bNetWeak, int iNetLevel);
-    void modSignalAddSubtitle(int iType, int iIndex, QString name, QString text);
-    void modSignalClearSubtitles();
-    void modSignalOpenSubtitle(bool bOpen);
-    void modSignalMeetingRoomMinimized(bool bMinimized);
-    void notifyDisplayOrder(bool bOrderForMute);
-    void notifyCurScreenMode(int iMode);
-    void notifyExtPreview(QString userID, bool bPreview);
-
-public:
-    // Subtitles: forwarded to the gallery, which keeps and shows them.
-    void addSentence(int iType, int iIndex, const QString& name, const QString& text);
-    void clearSubtitles();
 
 protected:
     bool event(QEvent* e) override;
@@ -181,7 +109,7 @@ private:
     explicit QKXScreenConfig(QObject* parent = nullptr);
     ~QKXScreenConfig() override;
 
-    std::atomic<int> m_iCurScreenMode{1};
+    std::atomic<int> m_iStartMode{1};
     std::atomic<bool> m_bCacheFrame{false};
     std::atomic<bool> m_bShowResolution{false};
     std::atomic<bool> m_bNewSkin{false};
@@ -196,6 +124,7 @@ private:
     double m_dpi2 = 1.0;
     std::recursive_mutex m_frameLock;
     int m_iNotifyDepth = 0;                  // host functions running, interface thread only
+    bool m_bSettleDue = false;               // interface thread only
 };
 
 #endif

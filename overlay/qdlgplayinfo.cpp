@@ -1,5 +1,6 @@
 #include "qdlgplayinfo.h"
 
+#include "gallerystate.h"
 #include "modulelog.h"
 #include "netweakloading.h"
 #include "overlaybutton.h"
@@ -92,6 +93,11 @@ QDlgPlayInfo::~QDlgPlayInfo() = default;
 // ---------------------------------------------------------------------------
 // The tile's interface
 // ---------------------------------------------------------------------------
+
+void QDlgPlayInfo::setGalleryState(const GalleryState* state)
+{
+    m_pGallery = state;
+}
 
 void QDlgPlayInfo::setPersonInfo(tagPersonInfo* person)
 {
@@ -221,6 +227,8 @@ QDlgPlayInfo::View QDlgPlayInfo::makeView(const tagPersonInfo* p) const
         return v;
     }
     const QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+    static const GalleryState kNoGallery;
+    const GalleryState& gallery = m_pGallery ? *m_pGallery : kNoGallery;
     v.share = p->userID.startsWith(kSharePrefix);
     v.unjoined = p->userID.startsWith(kUnjoinedPrefix);
     // No picture: video off, nothing drawn by the tile yet, or frames stopped.
@@ -283,11 +291,11 @@ QDlgPlayInfo::View QDlgPlayInfo::makeView(const tagPersonInfo* p) const
     }
     v.speaking = p->bSpeaking;
     if (v.share) {
-        if (cfg->m_bShowWatermark)
-            v.watermark = cfg->m_qstrShareWatermark;
-        v.paused = cfg->m_bSharePause;
+        if (gallery.showWatermark)
+            v.watermark = gallery.watermark;
+        v.paused = gallery.sharePause;
     } else {
-        v.sharingBanner = p->bSelf && cfg->m_bLocalShare;
+        v.sharingBanner = p->bSelf && gallery.localShare;
     }
     // The size fields are written under the frame lock on the host's thread; a
     // stale read here only shows the previous size until the next refresh.
@@ -305,7 +313,7 @@ QDlgPlayInfo::View QDlgPlayInfo::makeView(const tagPersonInfo* p) const
         }
         // Recalling is the host's (or co-host's) decision, and pointless while
         // the call is still ringing.
-        in.recall = cfg->m_bHostOrCoHost && p->m_iStatus != 1;
+        in.recall = gallery.hostOrCoHost && p->m_iStatus != 1;
         in.recallText = tr("Call again");
     }
     v.layout = layoutFor(in);
@@ -434,7 +442,7 @@ void QDlgPlayInfo::onClickMic()
     tagPersonInfo* p = livePerson();
     if (!p)
         return;
-    emit QKXScreenConfig::getInstance()->notifyClickAudioCtrl(p);
+    emit notifyClickAudioCtrl(p);
 }
 
 void QDlgPlayInfo::onClickMore()
@@ -442,16 +450,16 @@ void QDlgPlayInfo::onClickMore()
     tagPersonInfo* p = livePerson();
     if (!p)
         return;
-    emit QKXScreenConfig::getInstance()->notifyClickMore(p, packClickPos(m_pBtnMore->lastClickGlobal()));
+    emit notifyClickMore(p, packClickPos(m_pBtnMore->lastClickGlobal()));
 }
 
 void QDlgPlayInfo::onClickRecall()
 {
     tagPersonInfo* p = livePerson();
     // The role may have changed since the button was laid out.
-    if (!p || !QKXScreenConfig::getInstance()->m_bHostOrCoHost)
+    if (!p || !m_pGallery || !m_pGallery->hostOrCoHost)
         return;
-    emit QKXScreenConfig::getInstance()->notifyRecallPerson(p);
+    emit notifyRecallPerson(p);
 }
 
 // ---------------------------------------------------------------------------

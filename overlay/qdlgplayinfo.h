@@ -11,6 +11,7 @@
 #include <QStringList>
 #include <QWidget>
 
+struct GalleryState;
 struct tagPersonInfo;
 class NetWeakLoading;
 class OverlayButton;
@@ -30,12 +31,21 @@ class QAbstractButton;
 // (refreshDisplay, the video state, the video rectangle, its size), never per
 // video frame. The record may be freed while the overlay still points at it:
 // every read goes through livePerson().
+//
+// Its controls report to the gallery the tile belongs to (the signals below,
+// connected by that gallery), and what it shows of the gallery as a whole
+// (the share's watermark and pause, the local user's share, the host's
+// rights) it reads from that gallery's state.
 class QDlgPlayInfo : public QWidget
 {
     Q_OBJECT
 public:
     explicit QDlgPlayInfo(QWidget* parent = nullptr);
     ~QDlgPlayInfo() override;
+
+    // The state of the gallery the tile belongs to (not owned; outlives the
+    // overlay). Without one the overlay shows no gallery-wide marks.
+    void setGalleryState(const GalleryState* state);
 
     // The participant shown (not owned); null shows nothing.
     void setPersonInfo(tagPersonInfo* person);
@@ -87,6 +97,13 @@ public:
     QStringList badgeIcons() const;
     const kxoverlay::PlayInfoLayout& layout() const { return m_view.layout; }
     int paintCount() const { return m_iPaintCount; }
+
+signals:
+    // A control of the overlay was clicked for this participant: the
+    // microphone, "more" (with the packed global click position) or recall.
+    void notifyClickAudioCtrl(void* person);
+    void notifyClickMore(void* person, int pos);
+    void notifyRecallPerson(void* person);
 
 public slots:
     // The spinner gave up waiting for a network level.
@@ -148,6 +165,7 @@ private:
     void paintCentreNotice(QPainter& painter, const QString& icon, const QString& text);
 
     tagPersonInfo* m_pPersonInfo = nullptr;
+    const GalleryState* m_pGallery = nullptr;
     QRect m_rcVideo;
     bool m_bNoVideo = true;
     NetWeakLoading* m_pNetWeakLoading = nullptr;

@@ -72,6 +72,8 @@ const char* frameRejectReason(const void* data, qint64 width, qint64 height, qin
         return "height not positive";
     if (width > kMaxFrameSide || height > kMaxFrameSide)
         return "side above 16384 pixels";
+    if (width * height > kMaxFrameArea)
+        return "area above 7680x4320 pixels";
     if (bufferSizeFor(width, height) < 0)
         return "size overflows the buffer";
     if (length < i420Size(width, height))

@@ -20,6 +20,10 @@ qint64 bufferSizeFor(qint64 width, qint64 height);
 // Largest picture side taken: beyond it a frame is refused rather than given
 // gigabytes of buffer per participant.
 constexpr qint64 kMaxFrameSide = 16384;
+// Largest picture area taken, that of 7680 x 4320 (8K UHD): a long thin
+// picture within the side limit is still refused when it would need more
+// buffer than the largest picture a camera or a screen sends.
+constexpr qint64 kMaxFrameArea = qint64(7680) * 4320;
 // Bytes of a tightly packed I420 picture: width x height luma and two chroma
 // planes of ceil(width/2) x ceil(height/2).
 qint64 i420Size(qint64 width, qint64 height);

@@ -39,17 +39,21 @@ if [ "${KX_SKIP_SANITIZE:-0}" != "1" ]; then
 fi
 if [ "${KX_SKIP_TSAN:-0}" != "1" ]; then
   # Races between host threads and the interface thread: the frame path, the
-  # lifecycle and re-entrancy tests and the chaos run. Every report fails the
+  # lifecycle, re-entrancy and two-gallery tests, the chaos run, the external
+  # screen, the captions and the bad-input sweep (which calls every export,
+  # the interface-only ones too, from a host thread). Every report fails the
   # run. Qt and Mesa are not built with the sanitizer: their locks are
   # invisible to it, so the libc calls they make on their own structures are
   # not judged (ignore_noninstrumented_modules); everything the module's and
   # the tests' code touches is, and the module states its hand-offs to the
   # interface thread (module/kxsync.h). tests/tsan.supp holds nothing else.
   cmake -S . -B build-tsan -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKX_TSAN=ON -DKX_BUILD_BENCH=OFF -DKX_BUILD_HOST=OFF >/dev/null
-  cmake --build build-tsan -j"$jobs" --target tst_framepath tst_lifecycle tst_chaos
+  tsan_tests="tst_framepath tst_lifecycle tst_chaos tst_extscreen tst_subtitles tst_badinput"
+  # shellcheck disable=SC2086
+  cmake --build build-tsan -j"$jobs" --target $tsan_tests
   run_display env -u KX_CHAOS_OPS LIBGL_ALWAYS_SOFTWARE=1 KX_LIFECYCLE_CYCLES=20 \
     TSAN_OPTIONS="ignore_noninstrumented_modules=1:suppressions=$PWD/tests/tsan.supp:second_deadlock_stack=1:history_size=4" \
-    ctest --test-dir build-tsan -R '^(tst_framepath|tst_lifecycle|tst_chaos)$' --output-on-failure -j1
+    ctest --test-dir build-tsan -R "^(${tsan_tests// /|})\$" --output-on-failure -j1
 fi
 if [ "${KX_SKIP_FUZZ:-0}" != "1" ]; then
   # The fuzz target needs clang's libFuzzer: a build of its own, of that target only.

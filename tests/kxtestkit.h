@@ -242,7 +242,7 @@ inline void pump()
 
 inline bool alive(void* hPlay) { return kxplatform::isReadable(hPlay, sizeof(ST_KXPlayHdl)); }
 inline tagPersonInfo* recordOf(void* hPlay) { return static_cast<ST_KXPlayHdl*>(hPlay)->pPlayData; }
-inline QDlgScreen* controllerOf(void* h) { return static_cast<KXScreenHandle*>(h)->pMainDlg->GetDlgScreenPtr(); }
+inline QDlgScreen* controllerOf(void* h) { return static_cast<KXScreenHandle*>(h)->pScreen; }
 
 // Adds n participants from a host thread: IDs u<first+i>, names P<first+i>,
 // join times in order, user data first + i + 1. Not yet in the roster.
@@ -291,7 +291,7 @@ struct Gallery
         if (isLiveScreenHandle(h))
             KXScreen_Release(h);
         pump();
-        QKXScreenConfig::getInstance()->setCurScreenMode(1);
+        QKXScreenConfig::getInstance()->setStartMode(1);
     }
     Recorder& host() const { return recorder(slot); }
     QDlgScreen* screen() const { return controllerOf(h); }

@@ -1,6 +1,7 @@
 // The external screen through its exports, on an X server with two screens.
 #include "kxtestkit.h"
 #include "cplaywidget.h"
+#include "dlgextscreen.h"
 #include "layoutgeometry.h"
 #include "qdlgplayinfo.h"
 
@@ -74,7 +75,7 @@ private slots:
         KXScreen_Preview(g.h, g.handles.at(2), false);
         QTRY_VERIFY(extTile(g.h)->playInfo()->isPlaceholderShown());
         // A click there makes that participant the gallery's focus.
-        emit QKXScreenConfig::getInstance()->notifyClickExtPlayWidget(g.rec(1));
+        emit qobject_cast<QDlgExtScreen*>(KXScreenExt_GetWidgetPtr(g.h))->notifyClickExtPlayWidget(g.rec(1));
         QTRY_COMPARE(s->persons().first(), g.rec(1));
         // Its screen goes away: the window closes itself.
         emit qApp->screenRemoved(second);
@@ -88,21 +89,65 @@ private slots:
         QTRY_COMPARE(extUser(g.h), QString("sharescreen_u1"));
         QCOMPARE(g.mode(), 1);
         QCOMPARE(s->persons().size(), 3);
-        QCOMPARE(s->extSharePerson(), recordOf(share));
+        QCOMPARE(s->extShares().value(0), recordOf(share));
         QCOMPARE(onHostThread([&]() { return KXScreen_PlayFrame(g.h, share, &f.rec); }), 1);
         // Removed by the host: freed, and the screen goes back to the focus.
         QCOMPARE(KXScreen_DelPerson(g.h, share), 1);
         pump();
-        QVERIFY(!s->extSharePerson());
+        QVERIFY(s->extShares().isEmpty());
         QTRY_COMPARE(extUser(g.h), s->getFoucsPerson()->userID);
         // The primary screen again: the share comes into the gallery.
         share = addShare(g.h, "sharescreen_u0");
-        QTRY_COMPARE(s->extSharePerson(), recordOf(share));
+        QTRY_COMPARE(s->extShares().value(0), recordOf(share));
         KXScreen_ChangePrimaryScreen(g.h, false);
         QTRY_COMPARE(g.mode(), 4);
         QTRY_COMPARE(s->focusPerson(), recordOf(share));
         QCOMPARE(g.host().count(KXSCREEN_MSG_SHARE_TIP, recordOf(share)), 1);
-        // Released with the window open.
+    }
+
+    void keptSharesComeBackHoweverItCloses()
+    {
+        // Closed by the host, by its screen going away or with the gallery:
+        // the shares kept for the window come into the gallery, and nothing
+        // of the window is left for the gallery or a gallery made later.
+        for (int how = 0; how < 3; ++how) {
+            Gallery g(QSize(1280, 720), 2);
+            QDlgScreen* s = g.screen();
+            QCOMPARE(KXScreenExt_Open(g.h, 1) + KXScreen_ChangePrimaryScreen(g.h, true), 2);
+            void* a = addShare(g.h, "sharescreen_u0");
+            addShare(g.h, "sharescreen_u1");
+            pump();
+            QCOMPARE(s->extShares().size(), 2);
+            // A kept share is drawn there as a share is: its picture, no placeholder.
+            Frame f = Frame::blocks(640, 360);
+            QCOMPARE(onHostThread([&]() { return KXScreen_PlayFrame(g.h, a, &f.rec); }), 1);
+            pump();
+            QCOMPARE(recordOf(a)->eStreamStatus, 2);
+            QTRY_VERIFY(!extTile(g.h)->isPictureOutOfDate() && !extTile(g.h)->playInfo()->isPlaceholderShown());
+            if (how == 2) {
+                QPointer<QWidget> w = KXScreenExt_GetWidgetPtr(g.h);
+                KXScreen_Release(g.h);
+                pump();
+                QVERIFY(w.isNull());
+                Gallery next(QSize(1280, 720), 1);
+                KXScreen_ChangePrimaryScreen(next.h, true);
+                addShare(next.h, "sharescreen_u0");
+                pump();
+                QCOMPARE(next.screen()->persons().size(), 2);
+                continue;
+            }
+            if (how == 0)
+                KXScreenExt_Close(g.h);
+            else
+                emit qApp->screenRemoved(QGuiApplication::screens().at(1));
+            pump();
+            QVERIFY(s->extShares().isEmpty() && !KXScreenExt_IsOpen(g.h));
+            QCOMPARE(g.mode(), 4);
+            QCOMPARE(s->persons().size(), 4);
+            addShare(g.h, "sharescreen_u2");
+            pump();
+            QCOMPARE(s->persons().size(), 5);
+        }
     }
 };
 

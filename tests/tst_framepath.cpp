@@ -49,7 +49,7 @@ private slots:
         // A participant's first frame asks for the display order once; the
         // follow-up of a frame whose participant has left since does nothing.
         Gallery g(QSize(1280, 720), 4);
-        QSignalSpy orders(QKXScreenConfig::getInstance(), &QKXScreenConfig::notifyDisplayOrder);
+        QSignalSpy orders(g.screen(), &QDlgScreen::notifyDisplayOrder);
         Frame f(640, 360);
         for (int i = 0; i < 3; ++i)
             QCOMPARE(KXScreen_PlayFrame(g.h, g.handles.at(0), &f.rec), 1);

@@ -289,7 +289,7 @@ private slots:
         // Without a share a click in the window puts that participant on the stage.
         tagPersonInfo* other = g.inPicInPic().value(0);
         QVERIFY(other && other != stage);
-        emit QKXScreenConfig::getInstance()->notifyClickPicInPicPlayWidget(other);
+        emit qobject_cast<QDlgPicInPic*>(pip)->notifyClickPicInPicPlayWidget(other);
         QTRY_VERIFY(s->focusPerson() == other && !g.inPicInPic().contains(other));
         // Minimised: the gallery's tiles stop counting, the window's still count.
         g.host().clear();
@@ -437,12 +437,12 @@ private slots:
         KXScreen_SetSharePaush(g.h, false);
         QVERIFY(!info->isPausedShown());
         // A click in the window chooses who "one" shows; the share keeps the stage.
-        emit cfg->notifyClickPicInPicPlayWidget(g.rec(4));
+        emit pip->notifyClickPicInPicPlayWidget(g.rec(4));
         QVERIFY(g.inPicInPic() == QVector<tagPersonInfo*>{g.rec(4)} && s->focusPerson() == sr);
         // Several: four to a page, the last page clamped when people leave.
-        emit cfg->notifyPicInPicMutil(true);
+        emit pip->notifyPicInPicMutil(true);
         QCOMPARE(g.inPicInPic().size(), 4);
-        emit cfg->notifyPicInPicChangePage(true);
+        emit pip->notifyPicInPicChangePage(true);
         QCOMPARE(pip->pageIndex(), 1);
         const QVector<tagPersonInfo*> lastPage = g.inPicInPic();
         QCOMPARE(lastPage.size(), 2);
@@ -457,7 +457,7 @@ private slots:
         QCOMPARE(g.inPicInPic().size(), 4);
         // Back to one: whoever left the window is stopped once the five seconds are up.
         g.host().clear();
-        emit cfg->notifyPicInPicOne();
+        emit pip->notifyPicInPicOne();
         const QVector<tagPersonInfo*> one = g.inPicInPic();
         QVERIFY(s->videoMuteTimerId() != 0 && one.size() == 1);
         s->onVideoMuteTimer();
@@ -519,7 +519,7 @@ private slots:
         QVERIFY(!r->bMute && !r->bHasMic && r->bSelf && r->bNetWeak && !r->bPreview);
         // extra, call state, volume, role, network level, stream status (video off)
         QCOMPARE((QVector<int>{r->iExtra, r->m_iStatus, r->iVolume, r->iRoleType, r->iNetLevel, r->eStreamStatus}), (QVector<int>{3, 2, 55, 2, 2, 1}));
-        QVERIFY(cfg->m_bHostOrCoHost);
+        QVERIFY(s->state().hostOrCoHost);
         QCOMPARE(g.mode(), 6);
         // The information-updated notice carries the play handle and the user data.
         QCOMPARE(g.host().count(KXSCREEN_MSG_USERINFO_UPDATED, p), 1);
@@ -538,7 +538,7 @@ private slots:
         pump();
         QVERIFY(cfg->testDelPerson(gone, false));
         QTest::ignoreMessage(QtDebugMsg, "xxx testDelPerson");
-        emit cfg->modSignalDelPerson(gone);
+        s->onModDelPerson(gone);
         QCOMPARE(s->persons().size(), 2);
         // Interface exports answer at once.
         QImage head(16, 16, QImage::Format_RGB32);

@@ -2,6 +2,9 @@
 // release with work still queued or frames still arriving, and host functions
 // that call back in, remove participants, release the gallery or throw.
 #include "kxtestkit.h"
+#include "cplaywidget.h"
+#include "kxsync.h"
+#include "qdlgpicinpic.h"
 #include "qdlgplayinfo.h"
 #include "testhooks.h"
 
@@ -55,8 +58,62 @@ void parkHook(kxhooks::Point point)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
 
+// Peak resident size since the last reset (VmHWM), in bytes; reset() starts a
+// new peak from what is resident now.
+struct Peak
+{
+    static qint64 reset()
+    {
+        QFile f("/proc/self/clear_refs");
+        f.open(QIODevice::WriteOnly) && f.write("5");
+        f.close();
+        return now();
+    }
+    static qint64 now()
+    {
+        QFile f("/proc/self/status");
+        f.open(QIODevice::ReadOnly);
+        const QByteArray s = f.readAll();
+        return s.mid(s.indexOf("VmHWM:") + 6).trimmed().split(' ').value(0).toLongLong() * 1024;
+    }
+    const qint64 base = reset();
+    qint64 rise() const { return now() - base; }
+};
+
+// What one gallery shows of an export that acts on the gallery as a whole.
+typedef std::function<void(void* h)> GalleryAct;
+typedef std::function<QString(QDlgScreen* s)> GalleryLook;
+
+// Counts the work posted to an object (a settle that keeps asking again shows).
+struct WorkCounter : QObject
+{
+    int n = 0;
+    bool eventFilter(QObject*, QEvent* e) override
+    {
+        n += e->type() == kxsync::WorkEvent::eventType() ? 1 : 0;
+        return false;
+    }
+};
+
+// A host filter on every widget that takes the host's lock on a tile's hide.
+struct HideFilter : QObject
+{
+    std::timed_mutex* lock;
+    std::atomic<int>* stuck;
+    bool eventFilter(QObject* o, QEvent* e) override
+    {
+        if (e->type() == QEvent::Hide && qobject_cast<CPlayWidget*>(o)) {
+            std::unique_lock<std::timed_mutex> held(*lock, std::chrono::seconds(2));
+            *stuck += held ? 0 : 1;
+        }
+        return false;
+    }
+};
+
 } // namespace
 
+Q_DECLARE_METATYPE(GalleryAct)
+Q_DECLARE_METATYPE(GalleryLook)
 Q_DECLARE_METATYPE(Reentry)
 Q_DECLARE_METATYPE(Trigger)
 
@@ -122,6 +179,12 @@ private slots:
         // frames, updates and removals still queued.
         std::timed_mutex hostLock;
         std::atomic<int> stuck{0}, taken{0}, delivered{0};
+        // The host's application-wide filter takes the same lock when a tile
+        // hides: the module hides none while it holds the frame lock.
+        HideFilter filter;
+        filter.lock = &hostLock;
+        filter.stuck = &stuck;
+        qApp->installEventFilter(&filter);
         for (int round = 0; round < 4; ++round) {
             Gallery g(QSize(880, 500), round > 0 ? 4 : 0, round % 2 == 0);
             g.host().hook = [&](const HostMsg& m) {
@@ -196,7 +259,173 @@ private slots:
             QCOMPARE(g.host().all().size(), notices); // the queued work found nobody to run it
             QVERIFY(allFreed(queued, records));
         }
+        qApp->removeEventFilter(&filter);
         QVERIFY(taken.load() > 0 && delivered.load() > 0);
+    }
+
+    void parentDeletedFirst()
+    {
+        // The host closes its meeting window (and the gallery with it) before
+        // it releases the gallery, while its media threads deliver frames.
+        auto* parent = new QWidget;
+        parent->show();
+        void* h = KXScreen_Init(parent, "", hostFunctionFor(0));
+        const QVector<void*> people = addFromHost(h, 3);
+        KXScreen_JoinMeetingFinish(h);
+        pump();
+        QPointer<QDlgScreen> s = controllerOf(h);
+        std::atomic<bool> stop{false};
+        std::atomic<int> calls{0};
+        std::vector<std::thread> media;
+        for (void* p : people)
+            media.emplace_back([&, p]() {
+                Frame f(160, 90);
+                while (!stop)
+                    calls += 1 + 0 * KXScreen_PlayFrame(h, p, &f.rec);
+            });
+        QTRY_VERIFY(calls > 100);
+        recorder(0).clear();
+        delete parent;
+        const int at = calls;
+        QTRY_VERIFY(s.isNull() && calls > at + 100); // freed once no thread is inside, the threads go on
+        Frame f(160, 90);
+        QByteArray id("late");
+        QCOMPARE(KXScreen_PlayFrame(h, people[0], &f.rec) + KXScreen_SetCurMode(h, 5) + KXScreen_GetCurMode(h)
+                     + KXScreen_DelPerson(h, people[1]) + KXScreen_SetMute(h, people[2], 1), 0);
+        QVERIFY(!KXScreen_AddPerson(h, id.data(), id.data(), id.data(), 1, 0, nullptr, 1));
+        stop = true;
+        for (std::thread& t : media)
+            t.join();
+        QCOMPARE(recorder(0).all().size(), 0);
+        QVERIFY(isLiveScreenHandle(h));
+        KXScreen_Release(h);
+        QCOMPARE(liveScreenHandleCount(), 0);
+        QVERIFY(std::none_of(people.begin(), people.end(), alive));
+    }
+
+    void galleriesKeepToThemselves_data()
+    {
+        QTest::addColumn<GalleryAct>("act");
+        QTest::addColumn<GalleryLook>("look");
+        const auto row = [](const char* name, GalleryAct act, GalleryLook look) {
+            QTest::newRow(name) << act << look;
+        };
+        const auto text = [](bool b) { return QString::number(b); };
+        row("layout", [](void* h) { KXScreen_SetCurMode(h, 5); }, [](QDlgScreen* s) { return QString::number(s->curMode()); });
+        row("move and hide", [](void* h) { KXScreen_MoveWindow(h, QRect(5, 5, 300, 200), KXSCREEN_MOVE_HIDE); },
+            [=](QDlgScreen* s) { return text(s->parentWidget()->isVisible()); });
+        row("caption", [](void* h) { KXScreen_AddSentence(h, 1, 1, const_cast<char*>("A"), const_cast<char*>("hi")); },
+            [](QDlgScreen* s) { return s->subtitles().join('|'); });
+        row("watermark", [](void* h) { KXScreen_SetShareWatermark(h, "secret", true); },
+            [](QDlgScreen* s) { return s->state().watermark; });
+        row("local share", [](void* h) { KXScreen_StartLocalShare(h, 0, true); },
+            [=](QDlgScreen* s) { return text(s->state().localShare); });
+        row("share paused", [](void* h) { KXScreen_SetSharePaush(h, true); },
+            [=](QDlgScreen* s) { return text(s->state().sharePause); });
+        row("floating window", [](void* h) { KXScreen_ShowPicInPic(h, true); },
+            [=](QDlgScreen* s) { return text(s->GetPicInPicWidgetPtr()->isVisible()); });
+        row("pin", [](void* h) { KXScreen_FocusByUserID(h, const_cast<char*>("u1")); },
+            [=](QDlgScreen* s) { return text(s->findPersonByUserID("u1")->bPinned); });
+        row("network", [](void* h) { KXScreen_UpdateNetWeak(h, "u1", true, 1); },
+            [=](QDlgScreen* s) { return text(s->findPersonByUserID("u1")->bNetWeak); });
+        row("primary screen", [](void* h) { KXScreen_ChangePrimaryScreen(h, true); },
+            [=](QDlgScreen* s) { return text(s->isPrimaryScreen()); });
+        row("room minimised", [](void* h) { KXScreen_SetMeetingRoomMinimized(h, true); },
+            [=](QDlgScreen* s) { return text(s->isMeetingRoomMinimized()); });
+        row("window's button", [](void* h) { emit qobject_cast<QDlgPicInPic*>(controllerOf(h)->GetPicInPicWidgetPtr())->notifyPicInPicMutil(true); },
+            [=](QDlgScreen* s) { return text(qobject_cast<QDlgPicInPic*>(s->GetPicInPicWidgetPtr())->isSeveral()); });
+    }
+
+    void galleriesKeepToThemselves()
+    {
+        // Two galleries with the same participants: what a host thread asks
+        // of one changes that one only.
+        QFETCH(GalleryAct, act);
+        QFETCH(GalleryLook, look);
+        Gallery a(QSize(640, 360), 3), b(QSize(640, 360), 3, true, 1);
+        const QString beforeA = look(a.screen()), beforeB = look(b.screen());
+        onHostThread([&]() { act(a.h); return 0; });
+        pump();
+        QVERIFY(look(a.screen()) != beforeA);
+        QCOMPARE(look(b.screen()), beforeB);
+        QCOMPARE(checkGallery(b.screen()), QString());
+    }
+
+    void layoutAtOnceAndForTheNextGallery()
+    {
+        // Set on the interface thread, a layout is in place when the export
+        // returns, also before the local user has joined; a gallery made
+        // later starts in it; a value that is no layout shows the grid.
+        Gallery a(QSize(640, 360), 3, false);
+        QCOMPARE(KXScreen_SetCurMode(a.h, 5), 1);
+        QCOMPARE(KXScreen_GetCurMode(a.h), 5);
+        QVERIFY(a.screen()->focusPlayWidget()->isVisible());
+        Gallery b(QSize(640, 360), 0, true, 1);
+        QCOMPARE(b.mode(), 5);
+        ExpectLog log;
+        QTest::ignoreMessage(QtWarningMsg, "[ScreenMod]KXScreen_SetCurMode: 42 is not a layout (1 to 9), the grid is shown");
+        QCOMPARE(KXScreen_SetCurMode(a.h, 42), 1);
+        QCOMPARE(KXScreen_GetCurMode(a.h), 1);
+        QCOMPARE(a.shown().size(), 3);
+    }
+
+    void floodFromAHostThread()
+    {
+        // Work waiting for the interface thread grows with what the gallery
+        // keeps, not with what a host thread sends.
+        Gallery g(QSize(640, 360), 1);
+        Peak volumes;
+        onHostThread([&]() {
+            for (int i = 0; i < 400000; ++i)
+                KXScreen_SetVolume(g.h, g.handles[0], i % 100);
+            return 0;
+        });
+        const qint64 volumeRise = volumes.rise();
+        QCOMPARE(g.screen()->queuedWork(), 1);
+        Peak captions;
+        const QByteArray text(64 * 1024, 'w');
+        onHostThread([&]() {
+            for (int i = 0; i < 3000; ++i)
+                KXScreen_AddSentence(g.h, 0, i, const_cast<char*>("A"), const_cast<char*>(text.constData()));
+            return 0;
+        });
+        const qint64 captionRise = captions.rise();
+        QCOMPARE(g.screen()->queuedWork(), 1 + 50);
+        qInfo("peak memory: +%lld kB for 400 000 volume reports, +%lld kB for 3 000 captions of 64 kB",
+              volumeRise / 1024, captionRise / 1024);
+    #ifndef KX_UNDER_SANITIZER
+        QVERIFY(volumeRise < 5 * 1024 * 1024 && captionRise < 20 * 1024 * 1024);
+    #endif
+        pump();
+        QCOMPARE(g.rec(0)->iVolume, 99);
+        QCOMPARE(g.screen()->subtitles().size(), 50);
+        QCOMPARE(g.screen()->subtitles().last().size(), 603); // "A: " and the 600 characters kept
+    }
+
+    void releaseInsideANestedLoop()
+    {
+        // The host function runs an event loop of its own (a context menu)
+        // and releases the gallery inside it: the gallery goes once the host
+        // function has returned, without asking again on every turn meanwhile.
+        Gallery g(QSize(640, 360), 2);
+        QPointer<QDlgScreen> s = g.screen();
+        WorkCounter counter;
+        QKXScreenConfig::getInstance()->installEventFilter(&counter);
+        bool aliveInLoop = false;
+        g.host().hook = [&](const HostMsg& m) {
+            if (m.msg != KXSCREEN_MSG_CLICK_AUDIO)
+                return;
+            KXScreen_Release(g.h);
+            QEventLoop menu;
+            QTimer::singleShot(200, &menu, &QEventLoop::quit);
+            menu.exec();
+            aliveInLoop = !s.isNull();
+        };
+        s->onClickAudioCtl(g.rec(0));
+        QKXScreenConfig::getInstance()->removeEventFilter(&counter);
+        QVERIFY(aliveInLoop);
+        QVERIFY2(counter.n < 5, qPrintable(QString::number(counter.n)));
+        QTRY_VERIFY(s.isNull() && liveScreenHandleCount() == 0);
     }
 
     void hostFunctionReenters_data()

@@ -535,7 +535,9 @@ private slots:
         row("negative width", -1280, 720, -1, -1, "width not positive");
         row("zero height", 1280, 0, -1, -1, "height not positive");
         row("negative height", 1280, -720, -1, -1, "height not positive");
-        row("largest side", 16384, 16384, -1, 536891392, "");
+        row("largest side", 16384, 16384, -1, 536891392, "area above 7680x4320 pixels");
+        row("8K", 7680, 4320, -1, 66375680, "");
+        row("long and thin", 16384, 2026, -1, 66408448, "area above 7680x4320 pixels");
         row("side above 16384", 16385, 2, -1, 86020, "side above 16384 pixels");
         row("largest square the buffer holds", 32767, 32767, -1, 2147373058, "side above 16384 pixels");
         row("square overflows", 32768, 32768, -1, -1, "side above 16384 pixels");

@@ -392,7 +392,7 @@ private slots:
         parent.show();
         ctrl->show();
         QVERIFY(QTest::qWaitForWindowExposed(&parent));
-        QSignalSpy spy(cfg, &QKXScreenConfig::clickPageCtl);
+        QSignalSpy spy(ctrl, &QMyPageCtrl::clickPageCtl);
         QTest::mouseClick(ctrl, Qt::RightButton);
         QTest::mouseClick(ctrl, Qt::LeftButton);
         QCOMPARE(spy.count(), 1);

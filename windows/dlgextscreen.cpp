@@ -19,14 +19,9 @@ QDlgExtScreen::QDlgExtScreen(QWidget* parent)
     setStyleSheet(QStringLiteral("QDlgExtScreen{background-color:%1;}")
                       .arg(QKXScreenConfig::getInstance()->getScreenColor()));
     m_pTile = new CPlayWidget(this);
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
-    connect(m_pTile, &CPlayWidget::mouseLClick, this, [cfg](CPlayWidget* t) {
+    connect(m_pTile, &CPlayWidget::mouseLClick, this, [this](CPlayWidget* t) {
         if (tagPersonInfo* p = t->personInfo())
-            emit cfg->notifyClickExtPlayWidget(p);
-    });
-    // The notice comes before the record changes: the overlay reads it after.
-    connect(cfg, &QKXScreenConfig::notifyExtPreview, this, [this](QString, bool) {
-        QMetaObject::invokeMethod(this, [this]() { m_pTile->playInfo()->refreshDisplay(); }, Qt::QueuedConnection);
+            emit notifyClickExtPlayWidget(p);
     });
     connect(qApp, &QGuiApplication::screenRemoved, this, [this](QScreen* s) {
         if (s != m_screen)

@@ -36,6 +36,8 @@ public:
 signals:
     // The window closed itself: its screen was removed.
     void closedByScreen();
+    // Its tile was clicked while it showed this participant.
+    void notifyClickExtPlayWidget(void* person);
 
 protected:
     void resizeEvent(QResizeEvent* e) override;

@@ -1,6 +1,6 @@
 // The external screen's exports: check, log, forward. They create, move and
 // query a window, so they belong on the interface thread; from any other
-// thread they are refused with a log line.
+// thread they are refused with a warning.
 #include "kxscreenmod2.h"
 
 #include "exportshims.h"
@@ -17,12 +17,8 @@ R extCall(const char* name, void* hScreen, R fail, F&& body)
     return guarded(name, fail, [&]() -> R {
         logThread(name);
         ScreenUse use(hScreen);
-        if (!use)
+        if (!checkScreen(use, name, hScreen) || !interfaceOnly(name))
             return fail;
-        if (!kxsync::onInterfaceThread()) {
-            KXLOG << name << "belongs on the interface thread";
-            return fail;
-        }
         return body(use.screen());
     });
 }

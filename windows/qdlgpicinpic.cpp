@@ -23,12 +23,11 @@ QDlgPicInPic::QDlgPicInPic(QWidget* parent)
     setWindowFlags(Qt::FramelessWindowHint | Qt::Tool | Qt::WindowStaysOnTopHint);
     setStyleSheet(QStringLiteral("QDlgPicInPic{background-color:%1;}")
                       .arg(QKXScreenConfig::getInstance()->getScreenColor()));
-    QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
     for (int i = 0; i < kMaxTiles; ++i) {
         auto* tile = new CPlayWidget(this);
-        connect(tile, &CPlayWidget::mouseLClick, this, [cfg](CPlayWidget* t) {
+        connect(tile, &CPlayWidget::mouseLClick, this, [this](CPlayWidget* t) {
             if (tagPersonInfo* p = t->personInfo())
-                emit cfg->notifyClickPicInPicPlayWidget(p);
+                emit notifyClickPicInPicPlayWidget(p);
         });
         m_tiles.append(tile);
     }
@@ -44,14 +43,14 @@ QDlgPicInPic::QDlgPicInPic(QWidget* parent)
     m_pToggle = button(QStringLiteral("pip_several"), tr("Show several"));
     m_pPrev = button(QStringLiteral("pagePre"), tr("Previous"));
     m_pNext = button(QStringLiteral("pageNext"), tr("Next"));
-    connect(m_pToggle, &QAbstractButton::clicked, this, [this, cfg]() {
+    connect(m_pToggle, &QAbstractButton::clicked, this, [this]() {
         if (m_bSeveral)
-            emit cfg->notifyPicInPicOne();
+            emit notifyPicInPicOne();
         else
-            emit cfg->notifyPicInPicMutil(true);
+            emit notifyPicInPicMutil(true);
     });
-    connect(m_pPrev, &QAbstractButton::clicked, this, [cfg]() { emit cfg->notifyPicInPicChangePage(false); });
-    connect(m_pNext, &QAbstractButton::clicked, this, [cfg]() { emit cfg->notifyPicInPicChangePage(true); });
+    connect(m_pPrev, &QAbstractButton::clicked, this, [this]() { emit notifyPicInPicChangePage(false); });
+    connect(m_pNext, &QAbstractButton::clicked, this, [this]() { emit notifyPicInPicChangePage(true); });
     relayout();
     hide();
 }

@@ -15,11 +15,9 @@ struct tagPersonInfo;
 //
 // It has a pool of four tiles of its own and two states: "one" (a single
 // tile) and "several" (up to four tiles in a column, paged). Its controls and
-// tiles report through the configuration (notifyPicInPicOne,
-// notifyPicInPicMutil, notifyPicInPicChangePage,
-// notifyClickPicInPicPlayWidget); the gallery controller decides who is shown
-// and binds the records (setParticipants), since a record's tile pointer is
-// the controller's to set.
+// tiles report through its signals to the gallery that owns it, which decides
+// who is shown and binds the records (setParticipants), since a record's tile
+// pointer is the controller's to set.
 class QDlgPicInPic : public QDialog
 {
     Q_OBJECT
@@ -48,6 +46,12 @@ public:
     // user has moved it since it was first shown.
     void placeBeside(const QRect& galleryGlobal);
     bool wasMovedByUser() const { return m_bMoved; }
+
+signals:
+    void notifyPicInPicOne();
+    void notifyPicInPicMutil(bool bMulti);
+    void notifyPicInPicChangePage(bool bNext);
+    void notifyClickPicInPicPlayWidget(void* person);
 
 protected:
     void mousePressEvent(QMouseEvent* e) override;
