@@ -3,6 +3,7 @@
 #include "qdlgscreen.h"
 
 #include "cplaywidget.h"
+#include "kxtranslate.h"
 #include "layoutgeometry.h"
 #include "modulelog.h"
 #include "personinfo.h"
@@ -69,7 +70,7 @@ void QDlgScreen::placeWhiteBoard(const QRect& rc)
 {
     tagPersonInfo* owner = findPersonByUserID(m_qstrWhiteBoardUserID);
     const QString name = owner && !owner->userName.isEmpty() ? owner->userName : m_qstrWhiteBoardUserID;
-    m_pWhiteBoard->setText(tr("%1's whiteboard").arg(name));
+    m_pWhiteBoard->setText(kxTranslate("QDlgScreen", "%1's whiteboard").arg(name));
     m_pWhiteBoard->setGeometry(rc);
     m_pWhiteBoard->show();
     m_pWhiteBoard->raise();

@@ -12,6 +12,7 @@
 
 struct KxApi
 {
+    PFN_KXScreen_GetVersion GetVersion = nullptr;
     PFN_KXScreen_SetIsNewSkin SetIsNewSkin = nullptr;
     PFN_KXScreen_Init Init = nullptr;
     PFN_KXScreen_Release Release = nullptr;
@@ -66,6 +67,7 @@ struct KxApi
                 ok = false;
             }
         };
+        get(GetVersion, "KXScreen_GetVersion");
         get(SetIsNewSkin, "KXScreen_SetIsNewSkin");
         get(Init, "KXScreen_Init");
         get(Release, "KXScreen_Release");

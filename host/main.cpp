@@ -49,6 +49,7 @@
 #include <QTemporaryDir>
 #include <QTimer>
 #include <cstdio>
+#include <cstring>
 #include <functional>
 #include <iostream>
 #include <mutex>
@@ -756,6 +757,10 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "kxhost: cannot use %s: %s\n", qPrintable(opt.library), qPrintable(error));
         return 2;
     }
+    // The header this host was built with describes that version's exports.
+    if (std::strcmp(api.GetVersion(), KXSCREENMOD2_VERSION_STRING) != 0)
+        std::fprintf(stderr, "kxhost: %s is version %s, this host was built for %s\n", qPrintable(opt.library),
+                     api.GetVersion(), KXSCREENMOD2_VERSION_STRING);
 
     HostWindow window(api, opt);
     if (!window.prepareMedia())

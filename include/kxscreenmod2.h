@@ -56,12 +56,20 @@
  * Exports that take or return Qt types (QWidget, QImage, QRect, QString) need a
  * C++ host built against the same Qt 5; from C only the exports whose
  * arguments are plain C types are declared.
+ *
+ * Version
+ * -------
+ * kxscreenmod2_version.h, installed beside this header and included by it,
+ * gives the version the header belongs to: KXSCREENMOD2_VERSION_MAJOR, _MINOR,
+ * _PATCH and KXSCREENMOD2_VERSION_STRING ("2.0.0"). KXScreen_GetVersion gives
+ * the version of the library actually loaded.
  */
 #ifndef KXSCREENMOD2_H
 #define KXSCREENMOD2_H
 
 #include <stddef.h>
 #include <stdint.h>
+#include "kxscreenmod2_version.h"
 #ifndef __cplusplus
 #include <stdbool.h>
 #endif
@@ -180,6 +188,17 @@ _Static_assert(offsetof(KxCloudRTCVideoFrameQT, width) == 20, "frame width at of
 _Static_assert(offsetof(KxCloudRTCVideoFrameQT, height) == 24, "frame height at offset 24");
 _Static_assert(sizeof(KxCloudRTCVideoFrameQT) == 32, "frame record is 32 bytes");
 #endif
+
+/* ------------------------------------------------------------------------ */
+/* Version                                                                   */
+/* ------------------------------------------------------------------------ */
+
+/* [any thread] An addition of this module, not one of the gallery's original
+ * exports. The version of the library loaded, "MAJOR.MINOR.PATCH": the
+ * KXSCREENMOD2_VERSION_STRING it was built with, which a host compares with
+ * the one of the header it was built against. Needs no handle and no
+ * application object; the string is static. */
+KXSCREEN_API const char* KXScreen_GetVersion(void);
 
 /* ------------------------------------------------------------------------ */
 /* Lifecycle                                                                 */
@@ -384,6 +403,7 @@ KXSCREEN_API QRect KXScreen_GetShareWgtPos(void* hScreen);
 }
 
 /* Function pointer types for hosts that resolve the exports at run time. */
+typedef const char* (*PFN_KXScreen_GetVersion)(void);
 typedef void* (*PFN_KXScreen_Init)(QWidget*, const char*, KXScreenMsgCallback);
 typedef void (*PFN_KXScreen_Release)(void*);
 typedef int (*PFN_KXScreen_SetParent)(void*, QWidget*);

@@ -1,12 +1,12 @@
 #include "moduleapp.h"
 
+#include "kxtranslate.h"
 #include "modulelog.h"
 #include "platform.h"
 #include "qkxscreenconfig.h"
 
 #include <QApplication>
 #include <mutex>
-#include <QTranslator>
 #include <atomic>
 #include <cstdlib>
 
@@ -22,7 +22,6 @@ namespace {
 std::recursive_mutex g_attachLock;
 std::atomic<bool> g_attached{false};
 QApplication* g_ownApp = nullptr;
-QTranslator* g_translator = nullptr;
 float g_primary = 1.0f;
 float g_other = 1.0f;
 int g_argc = 0;
@@ -65,12 +64,9 @@ void processAttach()
         KXLOG << "[ScreenMod]using the host's QApplication; the environment is left as the host set it";
     }
 
+    // The translation is not installed in the application: kxTranslate asks
+    // the host's translators first and falls back to the module's own.
     kxInitResources();
-    if (!g_translator) {
-        g_translator = new QTranslator();
-        if (g_translator->load(QStringLiteral(":/i18n/KXScreenMod_en.qm")))
-            QCoreApplication::installTranslator(g_translator);
-    }
     // The configuration's slots and posted work run on the interface thread,
     // also when the first call into the module comes from a host thread.
     QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
@@ -85,12 +81,7 @@ void processDetach()
     if (!g_attached.load())
         return;
     QKXScreenConfig::destroyInstance();
-    if (g_translator) {
-        if (QCoreApplication::instance())
-            QCoreApplication::removeTranslator(g_translator);
-        delete g_translator;
-        g_translator = nullptr;
-    }
+    kxtranslate::release();
     delete g_ownApp;
     g_ownApp = nullptr;
     g_attached.store(false);

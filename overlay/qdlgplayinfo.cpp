@@ -1,6 +1,7 @@
 #include "qdlgplayinfo.h"
 
 #include "gallerystate.h"
+#include "kxtranslate.h"
 #include "modulelog.h"
 #include "netweakloading.h"
 #include "overlaybutton.h"
@@ -71,8 +72,6 @@ QDlgPlayInfo::QDlgPlayInfo(QWidget* parent)
     m_pBtnMore->setObjectName(QStringLiteral("kxOverlayMore"));
     m_pBtnMore->setIconName(QStringLiteral("more"));
     m_pBtnMore->setFill(kMoreFill);
-    m_pBtnMore->setToolTip(tr("More"));
-    m_pBtnMore->setAccessibleName(tr("More"));
     m_pBtnMore->hide();
     connect(m_pBtnMore, &QAbstractButton::clicked, this, &QDlgPlayInfo::onClickMore);
 
@@ -80,12 +79,30 @@ QDlgPlayInfo::QDlgPlayInfo(QWidget* parent)
     m_pBtnRecall->setObjectName(QStringLiteral("kxOverlayRecall"));
     m_pBtnRecall->setIconName(QStringLiteral("recall"));
     m_pBtnRecall->setFill(kRecallFill);
-    m_pBtnRecall->setToolTip(tr("Call again"));
-    m_pBtnRecall->setAccessibleName(tr("Call again"));
     m_pBtnRecall->hide();
     connect(m_pBtnRecall, &QAbstractButton::clicked, this, &QDlgPlayInfo::onClickRecall);
 
+    retranslate();
     rebuild();
+}
+
+void QDlgPlayInfo::retranslate()
+{
+    m_pBtnMore->setToolTip(kxTranslate("QDlgPlayInfo", "More"));
+    m_pBtnMore->setAccessibleName(kxTranslate("QDlgPlayInfo", "More"));
+    m_pBtnRecall->setToolTip(kxTranslate("QDlgPlayInfo", "Call again"));
+    m_pBtnRecall->setAccessibleName(kxTranslate("QDlgPlayInfo", "Call again"));
+}
+
+void QDlgPlayInfo::changeEvent(QEvent* event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::LanguageChange) {
+        retranslate();
+        // The record has not changed, its texts have.
+        m_bViewValid = false;
+        rebuild();
+    }
 }
 
 QDlgPlayInfo::~QDlgPlayInfo() = default;
@@ -268,7 +285,8 @@ QDlgPlayInfo::View QDlgPlayInfo::makeView(const tagPersonInfo* p) const
     }
 
     if (v.share) {
-        in.plateText = p->userName.isEmpty() ? tr("Shared screen") : tr("%1's screen").arg(p->userName);
+        in.plateText = p->userName.isEmpty() ? kxTranslate("QDlgPlayInfo", "Shared screen")
+                                             : kxTranslate("QDlgPlayInfo", "%1's screen").arg(p->userName);
         in.shareIcon = true;
     } else {
         in.plateText = p->userName;
@@ -279,15 +297,15 @@ QDlgPlayInfo::View QDlgPlayInfo::makeView(const tagPersonInfo* p) const
     in.more = person;
     if (p->bAllLook) {
         in.badgeIcons.append(QStringLiteral("all_look"));
-        in.badgeTexts.append(tr("Everyone watching"));
+        in.badgeTexts.append(kxTranslate("QDlgPlayInfo", "Everyone watching"));
     }
     if (p->bLockLook) {
         in.badgeIcons.append(QStringLiteral("lock_look"));
-        in.badgeTexts.append(tr("View locked"));
+        in.badgeTexts.append(kxTranslate("QDlgPlayInfo", "View locked"));
     }
     if (p->bPinned) {
         in.badgeIcons.append(QStringLiteral("pin"));
-        in.badgeTexts.append(tr("Pinned"));
+        in.badgeTexts.append(kxTranslate("QDlgPlayInfo", "Pinned"));
     }
     v.speaking = p->bSpeaking;
     if (v.share) {
@@ -303,18 +321,18 @@ QDlgPlayInfo::View QDlgPlayInfo::makeView(const tagPersonInfo* p) const
         in.resolution = QStringLiteral("%1\u00D7%2").arg(p->iWidth).arg(p->iHeight);
     if (v.unjoined) {
         switch (p->m_iStatus) {
-        case 1: in.status = tr("Calling\u2026"); break;
-        case 2: in.status = tr("No answer"); break;
-        case 3: in.status = tr("Declined"); break;
-        case 4: in.status = tr("Busy"); break;
-        case 5: in.status = tr("Hung up"); break;
-        case 6: in.status = tr("Call failed"); break;
-        default: in.status = tr("Not joined"); break;
+        case 1: in.status = kxTranslate("QDlgPlayInfo", "Calling\u2026"); break;
+        case 2: in.status = kxTranslate("QDlgPlayInfo", "No answer"); break;
+        case 3: in.status = kxTranslate("QDlgPlayInfo", "Declined"); break;
+        case 4: in.status = kxTranslate("QDlgPlayInfo", "Busy"); break;
+        case 5: in.status = kxTranslate("QDlgPlayInfo", "Hung up"); break;
+        case 6: in.status = kxTranslate("QDlgPlayInfo", "Call failed"); break;
+        default: in.status = kxTranslate("QDlgPlayInfo", "Not joined"); break;
         }
         // Recalling is the host's (or co-host's) decision, and pointless while
         // the call is still ringing.
         in.recall = gallery.hostOrCoHost && p->m_iStatus != 1;
-        in.recallText = tr("Call again");
+        in.recallText = kxTranslate("QDlgPlayInfo", "Call again");
     }
     v.layout = layoutFor(in);
     return v;
@@ -364,7 +382,9 @@ void QDlgPlayInfo::rebuild()
         m_pBtnMic->setIconPx(L.iconPx);
         m_pBtnMic->setIconName(m_view.micIcon);
         m_pBtnMic->setLevel(m_view.level);
-        const QString tip = !p->bHasMic ? tr("No microphone") : (p->bMute ? tr("Muted") : tr("Unmuted"));
+        const QString tip = !p->bHasMic ? kxTranslate("QDlgPlayInfo", "No microphone")
+                            : p->bMute  ? kxTranslate("QDlgPlayInfo", "Muted")
+                                        : kxTranslate("QDlgPlayInfo", "Unmuted");
         m_pBtnMic->setToolTip(tip);
         m_pBtnMic->setAccessibleName(tip);
         m_pBtnMic->show();
@@ -584,9 +604,9 @@ void QDlgPlayInfo::paintEvent(QPaintEvent* event)
     if (!m_view.watermark.isEmpty())
         paintWatermark(painter);
     if (m_view.paused)
-        paintCentreNotice(painter, QStringLiteral("pause"), tr("Sharing paused"));
+        paintCentreNotice(painter, QStringLiteral("pause"), kxTranslate("QDlgPlayInfo", "Sharing paused"));
     else if (m_view.sharingBanner)
-        paintCentreNotice(painter, QStringLiteral("share"), tr("You are sharing"));
+        paintCentreNotice(painter, QStringLiteral("share"), kxTranslate("QDlgPlayInfo", "You are sharing"));
 
     for (const kxoverlay::PlayInfoBadge& b : L.badges) {
         painter.setPen(Qt::NoPen);

@@ -112,6 +112,8 @@ public slots:
 protected:
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    // A translator was installed or removed: every text is made again.
+    void changeEvent(QEvent* event) override;
 
 private slots:
     void onClickMic();
@@ -152,6 +154,8 @@ private:
     tagPersonInfo* livePerson() const;
     // Reads the record, lays the overlay out, places the controls, repaints.
     void rebuild();
+    // The texts that do not follow the record: the controls' tool tips and names.
+    void retranslate();
     View makeView(const tagPersonInfo* person) const;
     // kxoverlay::layoutPlayInfo, remembered for the last input: the layout
     // measures text, and most refreshes lay out what was laid out before.

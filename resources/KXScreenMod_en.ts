@@ -2,6 +2,25 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="en_US">
 <context>
+    <name>QDlgPicInPic</name>
+    <message>
+        <source>Show several</source>
+        <translation>Show several</translation>
+    </message>
+    <message>
+        <source>Previous</source>
+        <translation>Previous</translation>
+    </message>
+    <message>
+        <source>Next</source>
+        <translation>Next</translation>
+    </message>
+    <message>
+        <source>Show one</source>
+        <translation>Show one</translation>
+    </message>
+</context>
+<context>
     <name>QDlgPlayInfo</name>
     <message>
         <source>More</source>
@@ -67,12 +86,31 @@
         <source>Unmuted</source>
         <translation>Unmuted</translation>
     </message>
+    <message>
+        <source>Pinned</source>
+        <translation>Pinned</translation>
+    </message>
+    <message>
+        <source>Sharing paused</source>
+        <translation>Sharing paused</translation>
+    </message>
+    <message>
+        <source>You are sharing</source>
+        <translation>You are sharing</translation>
+    </message>
 </context>
 <context>
     <name>QDlgPopupScreen</name>
     <message>
         <source>dialog</source>
         <translation>Dialog</translation>
+    </message>
+</context>
+<context>
+    <name>QDlgScreen</name>
+    <message>
+        <source>%1&apos;s whiteboard</source>
+        <translation>%1&apos;s whiteboard</translation>
     </message>
 </context>
 </TS>

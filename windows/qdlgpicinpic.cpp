@@ -1,6 +1,7 @@
 #include "qdlgpicinpic.h"
 
 #include "cplaywidget.h"
+#include "kxtranslate.h"
 #include "layoutgeometry.h"
 #include "overlaybutton.h"
 #include "qkxscreenconfig.h"
@@ -31,18 +32,17 @@ QDlgPicInPic::QDlgPicInPic(QWidget* parent)
         });
         m_tiles.append(tile);
     }
-    auto button = [this](const QString& icon, const QString& tip) {
+    auto button = [this](const QString& icon) {
         auto* b = new OverlayButton(this);
         b->setIconName(icon);
         b->setIconPx(18);
         b->setFill(QColor(0, 0, 0, 90));
-        b->setToolTip(tip);
-        b->setAccessibleName(tip);
         return b;
     };
-    m_pToggle = button(QStringLiteral("pip_several"), tr("Show several"));
-    m_pPrev = button(QStringLiteral("pagePre"), tr("Previous"));
-    m_pNext = button(QStringLiteral("pageNext"), tr("Next"));
+    m_pToggle = button(QStringLiteral("pip_several"));
+    m_pPrev = button(QStringLiteral("pagePre"));
+    m_pNext = button(QStringLiteral("pageNext"));
+    retranslate();
     connect(m_pToggle, &QAbstractButton::clicked, this, [this]() {
         if (m_bSeveral)
             emit notifyPicInPicOne();
@@ -114,8 +114,26 @@ void QDlgPicInPic::setSeveral(bool bSeveral)
 {
     m_bSeveral = bSeveral;
     m_pToggle->setIconName(bSeveral ? QStringLiteral("pip_one") : QStringLiteral("pip_several"));
-    m_pToggle->setToolTip(bSeveral ? tr("Show one") : tr("Show several"));
+    retranslate();
     relayout();
+}
+
+void QDlgPicInPic::retranslate()
+{
+    auto name = [](OverlayButton* b, const QString& text) {
+        b->setToolTip(text);
+        b->setAccessibleName(text);
+    };
+    name(m_pToggle, m_bSeveral ? kxTranslate("QDlgPicInPic", "Show one") : kxTranslate("QDlgPicInPic", "Show several"));
+    name(m_pPrev, kxTranslate("QDlgPicInPic", "Previous"));
+    name(m_pNext, kxTranslate("QDlgPicInPic", "Next"));
+}
+
+void QDlgPicInPic::changeEvent(QEvent* e)
+{
+    QDialog::changeEvent(e);
+    if (e->type() == QEvent::LanguageChange)
+        retranslate();
 }
 
 int QDlgPicInPic::pageCount() const

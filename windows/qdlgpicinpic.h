@@ -58,9 +58,12 @@ protected:
     void mouseMoveEvent(QMouseEvent* e) override;
     void mouseReleaseEvent(QMouseEvent* e) override;
     void reject() override {}
+    // A translator was installed or removed: the controls' texts again.
+    void changeEvent(QEvent* e) override;
 
 private:
     void relayout();
+    void retranslate();
 
     QVector<CPlayWidget*> m_tiles;
     OverlayButton* m_pToggle = nullptr;

@@ -1,5 +1,6 @@
 #include "qdlgpopupscreen.h"
 
+#include "kxtranslate.h"
 #include "qkxscreenconfig.h"
 
 #include <QCoreApplication>
@@ -43,7 +44,7 @@ void QDlgPopupScreen::Ui_QDlgPopupScreen::setupUi(QDialog* pDialog)
 
 void QDlgPopupScreen::Ui_QDlgPopupScreen::retranslateUi(QDialog* pDialog)
 {
-    pDialog->setWindowTitle(QCoreApplication::translate("QDlgPopupScreen", "dialog"));
+    pDialog->setWindowTitle(kxTranslate("QDlgPopupScreen", "dialog"));
 }
 
 QDlgPopupScreen::QDlgPopupScreen(QWidget* parent)
