@@ -20,6 +20,7 @@
 #include "qdlgmain.h"
 #include "qdlgscreen.h"
 #include "qkxscreenconfig.h"
+#include "tilerenderer.h"
 #include "videoframe.h"
 
 #include <QApplication>
@@ -138,6 +139,9 @@ void* KXScreen_Init(QWidget* parent, const char* baseDir, KXScreenMsgCallback ca
             KXWARN << "[ScreenMod]KXScreen_Init must be called on the interface thread of a QApplication";
             return nullptr;
         }
+        // How tiles draw is chosen once per process, before the first tile.
+        const QString dir = fromUtf8(baseDir);
+        kxtilerender::choose([&dir]() { return QKXScreenConfig::rendererSetting(dir); });
         auto* h = new KXScreenHandle;
         h->callback = callback;
         h->pCallback = new CWin32UICallback;
@@ -622,8 +626,8 @@ int KXScreen_SetDPIs(void* hScreen, double dpi1, double dpi2)
         ScreenUse use(hScreen);
         if (!use)
             return 0;
-        // The factors scale every tile's viewport into integer pixels: only a
-        // finite, positive factor that a screen can have is taken.
+        // Kept for the host's sake (tiles draw at the pixel ratio of the screen
+        // they are on): only a finite, positive factor that a screen can have is taken.
         const auto plausible = [](double d) { return std::isfinite(d) && d > 0.0 && d <= 16.0; };
         if (!plausible(dpi1) || !plausible(dpi2)) {
             KXLOG << "[ScreenMod]KXScreen_SetDPIs refused: a factor is not between 0 and 16";
@@ -653,6 +657,11 @@ int KXScreen_SetMeetingRoomMinimized(void* hScreen, bool bMinimized)
         kxsync::runOnUi(cfg, [cfg, bMinimized]() { emit cfg->modSignalMeetingRoomMinimized(bMinimized); });
         return 1;
     });
+}
+
+const char* KXScreen_GetRenderer(void)
+{
+    return guarded<const char*>("KXScreen_GetRenderer", "gl", []() { return kxtilerender::currentName(); });
 }
 
 // ---------------------------------------------------------------------------
