@@ -3,8 +3,9 @@
 set -euo pipefail
 # The reference host decodes its participants' video with FFmpeg's libraries
 # and makes the clips with the ffmpeg program; the module itself needs neither.
+# libyuv converts video for tiles that draw without OpenGL.
 pkgs=(cmake ninja-build g++ clang libclang-rt-14-dev
-      qtbase5-dev libqt5svg5-dev qttools5-dev qttools5-dev-tools libqt5opengl5-dev
+      qtbase5-dev libqt5svg5-dev qttools5-dev qttools5-dev-tools libqt5opengl5-dev libyuv-dev
       libgl1-mesa-dri libglx-mesa0 mesa-utils xvfb xauth x11-xserver-utils fonts-dejavu-core
       pkg-config libavformat-dev libavcodec-dev libavutil-dev ffmpeg)
 missing=()
