@@ -312,6 +312,7 @@ private:
     // gallery's state and reports its controls' clicks here.
     void adoptTile(CPlayWidget* tile);
     void drainQueued();
+    void stopTimers(); // the check and video-mute timers
     // Brings every share kept for the external screen into the gallery.
     void takeBackExtShares();
     void extReset();
