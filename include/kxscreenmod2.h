@@ -283,6 +283,29 @@ KXSCREEN_API int KXScreen_JoinMeetingFinish(void* hScreen);
  * refuses a null, unknown or released handle with 0 instead of reading it. */
 KXSCREEN_API int KXScreen_IsIconic(void* hScreen);
 
+/* Pages. Additions of this module, not among the gallery's original exports:
+ * for a host that puts page buttons or shortcuts of its own around the
+ * gallery. Pages count from 0. The grid (layout 1) shows six tiles a page; the
+ * speaker layouts page their strip of small tiles, six a page (5 to 7: everybody
+ * but the big tile; 8: everybody but the two big tiles); layouts 2, 3, 4 and 9
+ * have one page (in 4 the floating window turns its own). The gallery's page
+ * controls, the mouse wheel and the keys Up and Down (while the gallery has the
+ * focus) turn the same pages. The count changes as people come and go and with
+ * the layout: read it again before showing it (after 2, 3, 4, 17 or 18 is a
+ * good moment). A refused call (a bad handle, another thread) answers 0, which
+ * KXScreen_GetPageCount never answers otherwise. */
+/* [interface] Shows page iPage, clamped to 0 .. KXScreen_GetPageCount() - 1, and answers the page
+ * shown. A turn is what a click on a page control does: before the export returns, the gallery is
+ * laid out again and 18 goes to everybody on screen (the host function is called from inside
+ * the call); the new page's participants are asked for their stream (2, 3 or 4) with their next
+ * frame, and 17 follows for everybody off screen five seconds later. Asking for the page shown
+ * changes nothing. The speaker layouts answer the page their strip can show. */
+KXSCREEN_API int KXScreen_SetPage(void* hScreen, int iPage);
+/* [interface] The page shown, from 0. */
+KXSCREEN_API int KXScreen_GetPage(void* hScreen);
+/* [interface] The number of pages that show somebody in the layout as it is now (at least 1). */
+KXSCREEN_API int KXScreen_GetPageCount(void* hScreen);
+
 /* ------------------------------------------------------------------------ */
 /* Sharing                                                                   */
 /* ------------------------------------------------------------------------ */
@@ -442,6 +465,9 @@ typedef int (*PFN_KXScreen_UpdateNetWeak)(void*, const char*, bool, int);
 typedef int (*PFN_KXScreen_ShowPicInPic)(void*, bool);
 typedef QWidget* (*PFN_KXScreen_GetPicInPicWidgetPtr)(void*);
 typedef int (*PFN_KXScreen_IsIconic)(void*);
+typedef int (*PFN_KXScreen_SetPage)(void*, int);
+typedef int (*PFN_KXScreen_GetPage)(void*);
+typedef int (*PFN_KXScreen_GetPageCount)(void*);
 typedef int (*PFN_KXScreen_AddSentence)(void*, int, int, char*, char*);
 typedef int (*PFN_KXScreen_ClearSubtitles)(void*);
 typedef int (*PFN_KXScreen_OpenSubtitle)(void*, bool);

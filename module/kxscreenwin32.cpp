@@ -506,6 +506,26 @@ int KXScreen_IsIconic(void* hScreen)
     });
 }
 
+// The host's own page buttons. They read the gallery and relayout it at once,
+// so they belong on the interface thread.
+int KXScreen_SetPage(void* hScreen, int iPage)
+{
+    return interfaceCall("KXScreen_SetPage", hScreen, 0,
+                         [iPage](const ScreenUse& use) { return use.screen()->setPage(iPage); });
+}
+
+int KXScreen_GetPage(void* hScreen)
+{
+    return interfaceCall("KXScreen_GetPage", hScreen, 0,
+                         [](const ScreenUse& use) { return use.screen()->shownPage(); });
+}
+
+int KXScreen_GetPageCount(void* hScreen)
+{
+    return interfaceCall("KXScreen_GetPageCount", hScreen, 0,
+                         [](const ScreenUse& use) { return use.screen()->shownPageCount(); });
+}
+
 // ---------------------------------------------------------------------------
 // Sharing
 

@@ -135,6 +135,13 @@ private slots:
         turnWait();
         QTest::keyClick(s, Qt::Key_Up); // past the last page
         QCOMPARE(s->pageIndex(), 1);
+        // The host's own page turns: clamped, at once (no debounce), the way of the controls.
+        QCOMPARE(KXScreen_GetPageCount(g.h), 2);
+        host.clear();
+        QCOMPARE(KXScreen_SetPage(g.h, -3), 0);
+        QCOMPARE(host.count(KXSCREEN_MSG_REMOTE_VIDEO_OPEN, s->persons().at(0)), 1);
+        QCOMPARE(KXScreen_SetPage(g.h, 99), 1);
+        QVERIFY(KXScreen_GetPage(g.h) == 1 && g.ctrl(PagePre)->isVisible() && s->videoMuteTimerId());
         // One more: page 1 holds three, never one participant in two tiles.
         g.add(1);
         QCOMPARE(g.shown().size(), 3);
@@ -190,6 +197,7 @@ private slots:
         pump();
         QCOMPARE(s->focusPerson(), focus);
         QCOMPARE(g.shown().size(), 3);
+        QCOMPARE(KXScreen_SetPage(g.h, 5) + KXScreen_GetPageCount(g.h), 1 + 2); // the strip's eight: two pages
         host.clear();
         g.feed();
         QTRY_COMPARE(host.lastStream(s->persons().at(8)), int(KXSCREEN_MSG_STREAM_SMALL));
