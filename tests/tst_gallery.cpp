@@ -193,7 +193,19 @@ private slots:
             if (p != focus)
                 QTRY_COMPARE(host.lastStream(p), int(KXSCREEN_MSG_STREAM_SMALL));
         QCOMPARE(g.shown().size(), 7);
-        QTest::mouseClick(g.ctrl(StripNext), Qt::LeftButton);
+        // A page control is a translucent disc: the corners of its square show the tile as it is (and leave
+        // a click there to the tile), the disc darkens the tile without hiding it.
+        QMyPageCtrl* next = g.ctrl(StripNext);
+        const QPoint corner = next->pos() + QPoint(1, 1), disc = next->geometry().center() - QPoint(12, 0);
+        const QImage with = s->grab().toImage();
+        next->hide();
+        const QImage without = s->grab().toImage();
+        next->show();
+        QCOMPARE(with.pixelColor(corner), without.pixelColor(corner));
+        QVERIFY(s->childAt(corner) != next && s->childAt(disc) == next);
+        const int under = without.pixelColor(disc).lightness(), over = with.pixelColor(disc).lightness();
+        QVERIFY2(over < under - 20 && over > QColor(0x14, 0x17, 0x1C).lightness() + 20, "hidden or opaque");
+        QTest::mouseClick(next, Qt::LeftButton);
         pump();
         QCOMPARE(s->focusPerson(), focus);
         QCOMPARE(g.shown().size(), 3);
