@@ -201,9 +201,10 @@ private slots:
         next->hide();
         const QImage without = s->grab().toImage();
         next->show();
-        QCOMPARE(with.pixelColor(corner), without.pixelColor(corner));
+        auto at = [](const QImage& i, QPoint p) { return i.pixelColor(p * i.devicePixelRatio()); };
+        QCOMPARE(at(with, corner), at(without, corner));
         QVERIFY(s->childAt(corner) != next && s->childAt(disc) == next);
-        const int under = without.pixelColor(disc).lightness(), over = with.pixelColor(disc).lightness();
+        const int under = at(without, disc).lightness(), over = at(with, disc).lightness();
         QVERIFY2(over < under - 20 && over > QColor(0x14, 0x17, 0x1C).lightness() + 20, "hidden or opaque");
         QTest::mouseClick(next, Qt::LeftButton);
         pump();
