@@ -170,6 +170,12 @@ public:
     void testShowPageButton(const QRect* rcSmall);
     void testPrevPageForDelPerson();
     int pageIndex() const { return m_iPageIdx; }
+    // The host's page buttons: the pages that show somebody in the layout as
+    // it is now (at least 1), the page shown, and a turn to a page (clamped;
+    // answers the page shown after it).
+    int shownPageCount() const;
+    int shownPage() const;
+    int setPage(int page);
     bool isStripHidden() const { return m_bStripHidden; }
 
     // --- focus, look states, sharing, picture-in-picture -------------------------

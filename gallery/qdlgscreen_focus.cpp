@@ -301,7 +301,7 @@ void QDlgScreen::onModVoiceActivate(QString userID)
 {
     tagPersonInfo* p = findPersonByUserID(userID);
     if (!p) {
-        KXLOG << "onModVoiceActivate no person, userID:" << userID;
+        KXWARN << "[ScreenMod]KXScreen_SetVoiceActivateByUserID: no participant" << userID << "here, ignored";
         return;
     }
     KXLOG << "onModVoiceActivate userName:" << p->userName;

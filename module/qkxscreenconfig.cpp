@@ -143,12 +143,20 @@ void QKXScreenConfig::loadSettingsNow()
     const QString iniFile = baseDir() + QStringLiteral("/user_data/sys_ver.ini");
     bool cacheFrame = false;
     bool showRes = false;
+    // A directory without our settings is not an error, but the host should
+    // hear that the module runs on its defaults: it may have meant another.
     if (QFileInfo(iniFile).isFile()) {
         QSettings settings(iniFile, QSettings::IniFormat);
         if (settings.status() == QSettings::NoError) {
             cacheFrame = settings.value(QStringLiteral("version/cache_frame1"), false).toBool();
             showRes = settings.value(QStringLiteral("version/show_resolution"), false).toBool();
+        } else {
+            KXWARN << "[ScreenMod]KXScreen_Init: the settings file" << iniFile
+                   << "cannot be read as INI; the defaults are used";
         }
+    } else {
+        KXWARN << "[ScreenMod]KXScreen_Init: no settings file" << iniFile
+               << "(baseDir + \"/user_data/sys_ver.ini\"); the defaults are used";
     }
     m_bCacheFrame.store(cacheFrame);
     m_bShowResolution.store(showRes);

@@ -246,7 +246,7 @@ void CPlayWidget::SetVideoSize(unsigned int width, unsigned int height)
         // Not cleared: the next copy overwrites what the renderer reads.
         p->m_pBufYuv420p = new (std::nothrow) unsigned char[size_t(need)];
         if (!p->m_pBufYuv420p) {
-            KXLOG << "m_pBufYuv420p alloc failed! Maybe no frames shown in the widget，alloc_size=" << need;
+            KXWARN << "m_pBufYuv420p alloc failed! Maybe no frames shown in the widget，alloc_size=" << need;
             p->iBufLen = 0;
         }
     }

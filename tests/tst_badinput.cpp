@@ -24,6 +24,47 @@ QByteArray g_id("u1"), g_name("Mallory"), g_text("hello");
 
 Q_DECLARE_METATYPE(Call)
 
+namespace {
+struct Export
+{
+    const char* name;
+    Call call;
+    int play; // 0 no play handle, 1 takes one, 2 and names a released one as such
+    qint64 answer = 0;
+};
+// While alive, the module's lines as a host that turned its debug lines off
+// (kxscreen.debug=false) gets them, as "<QtMsgType digit><text>".
+std::mutex g_heardLock;
+QStringList g_heard;
+QtMessageHandler g_next = nullptr;
+struct Quiet
+{
+    const bool was = detail::category().isDebugEnabled();
+    Quiet()
+    {
+        detail::category().setEnabled(QtDebugMsg, false);
+        g_heard.clear();
+        g_next = qInstallMessageHandler(heard);
+    }
+    ~Quiet() { qInstallMessageHandler(g_next), detail::category().setEnabled(QtDebugMsg, was); }
+    static void heard(QtMsgType t, const QMessageLogContext& c, const QString& m)
+    {
+        std::lock_guard<std::mutex> lock(g_heardLock);
+        if (qstrcmp(c.category, "kxscreen") == 0)
+            g_heard << QString::number(t) + m;
+        else
+            g_next(t, c, m);
+    }
+    static bool has(const QString& text) { return !g_heard.filter(text).isEmpty(); }
+};
+// The export a row or table entry names: "SetMute, ..." is KXScreen_SetMute, "Ext_Open" KXScreenExt_Open.
+QString exportName(const QString& tag)
+{
+    const QString n = tag.section(QRegularExpression("[ ,]"), 0, 0);
+    return n.startsWith("Ext_") ? "KXScreen" + n : "KXScreen_" + n;
+}
+} // namespace
+
 class TstBadInput : public QObject
 {
     Q_OBJECT
@@ -69,13 +110,6 @@ private slots:
         QTest::addColumn<quintptr>("play");
         QTest::addColumn<qint64>("expected");
         QTest::addColumn<QString>("line"); // the log line naming the reason; empty: not checked
-        struct Export
-        {
-            const char* name;
-            Call call;
-            int play; // 0 no play handle, 1 takes one, 2 and names a released one as such
-            qint64 answer = 0;
-        };
         QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
         const Export exports[] = {
             {"Release", [](void* h, void*) { KXScreen_Release(h); return qint64(0); }, 0},
@@ -104,6 +138,9 @@ private slots:
             {"UpdateNetWeak", [](void* h, void*) { return qint64(KXScreen_UpdateNetWeak(h, "u1", true, 1)); }, 0},
             {"SetCurMode", [](void* h, void*) { return qint64(KXScreen_SetCurMode(h, 5)); }, 0},
             {"GetCurMode", [](void* h, void*) { return qint64(KXScreen_GetCurMode(h)); }, 0},
+            {"SetPage", [](void* h, void*) { return qint64(KXScreen_SetPage(h, 1)); }, 0},
+            {"GetPage", [](void* h, void*) { return qint64(KXScreen_GetPage(h)); }, 0},
+            {"GetPageCount", [](void* h, void*) { return qint64(KXScreen_GetPageCount(h)); }, 0},
             {"JoinMeetingFinish", [](void* h, void*) { return qint64(KXScreen_JoinMeetingFinish(h)); }, 0},
             {"IsIconic", [](void* h, void*) { return qint64(KXScreen_IsIconic(h)); }, 0},
             {"ChangePrimaryScreen", [](void* h, void*) { return qint64(KXScreen_ChangePrimaryScreen(h, false)); }, 0},
@@ -130,9 +167,12 @@ private slots:
             {"Ext_GetUserID", [](void* h, void*) { return qint64(quintptr(KXScreenExt_GetUserID(h))); }, 0},
             {"Ext_GetWidgetPtr", [](void* h, void*) { return qint64(quintptr(KXScreenExt_GetWidgetPtr(h))); }, 0},
             // No handle check by design: they answer 1; called with the values in force.
+            {"GetVersion", [](void*, void*) { return qint64(KXScreen_GetVersion() != nullptr); }, 0, 1},
+            {"GetRenderer", [](void*, void*) { return qint64(KXScreen_GetRenderer() != nullptr); }, 0, 1},
             {"SetIsNewSkin", [cfg](void* h, void*) { return qint64(KXScreen_SetIsNewSkin(h, cfg->isNewSkin())); }, 0, 1},
             {"SetMeetingRoomMinimized", [cfg](void* h, void*) { return qint64(KXScreen_SetMeetingRoomMinimized(h, cfg->m_bMeetingRoomMinimized.load())); }, 0, 1},
         };
+        m_exports.assign(std::begin(exports), std::end(exports));
         const std::pair<const char*, void*> screens[] = {
             {"null", nullptr}, {"forged", &m_forgedScreen}, {"released", m_released}, {"garbage", reinterpret_cast<void*>(0x18)},
             {"misaligned", static_cast<char*>(g->h) + 1}, {"a play handle", m_alice}};
@@ -171,7 +211,8 @@ private slots:
                 std::vector<uint8_t> bytes(len);
                 KxCloudRTCVideoFrameQT f{0, nullData ? nullptr : bytes.data(), len, w, h};
                 return qint64(KXScreen_PlayFrame(s, p, &f));
-            }, QStringLiteral("[ScreenMod]PlayFrame refused: %1 ,userName: P0 ,size: %2 x %3 ,length: %4").arg(reason).arg(w).arg(h).arg(len));
+            }, QStringLiteral("[ScreenMod]KXScreen_PlayFrame refused: %1 (%2x%3, length %4), userName: P0")
+                   .arg(reason).arg(w).arg(h).arg(len));
         };
         frame("zero width", 0, 36, false, -1, "width not positive");
         frame("negative height", 64, -36, false, -1, "height not positive");
@@ -200,7 +241,9 @@ private slots:
         ExpectLog log;
         for (bool hostThread : {false, true}) {
             const QString before = state();
-            if (!line.isEmpty())
+            // From the host thread as a host with the debug lines off hears it: every refusal still heard.
+            std::unique_ptr<Quiet> quiet(hostThread ? new Quiet : nullptr);
+            if (!line.isEmpty() && !hostThread)
                 QTest::ignoreMessage(line.contains("PlayFrame refused:") ? QtWarningMsg : QtDebugMsg, qPrintable(line));
             auto run = [&]() { return call(reinterpret_cast<void*>(screen), reinterpret_cast<void*>(play)); };
             const qint64 r = hostThread ? onHostThread(run) : run();
@@ -208,6 +251,9 @@ private slots:
             QVERIFY2(r == expected, qPrintable(QStringLiteral("answered %1 on the %2 thread").arg(r).arg(hostThread ? "host" : "interface")));
             QCOMPARE(state(), before);
         }
+        const bool silent = expected != 0 || !qstrcmp(QTest::currentDataTag(), "Release, null module handle");
+        QVERIFY2(g_heard.filter(QRegularExpression("^0")).isEmpty(), qPrintable(g_heard.join('\n')));
+        QVERIFY2(silent || Quiet::has(exportName(QTest::currentDataTag()) + " refused: "), "refused unheard");
         QVERIFY(isValidScreenHandle(g->h));
     }
 
@@ -365,6 +411,41 @@ private slots:
         QCOMPARE(dump.readAll(), QByteArray(reinterpret_cast<const char*>(f.bytes.data()), int(f.bytes.size())));
     }
 
+    void threadTags()
+    {
+        // The header's thread tag of each export against what the export does when a host thread calls it
+        // with good handles: [interface] ones are refused, with a warning heard with debug lines off.
+        QFile header(QFINDTESTDATA("../include/kxscreenmod2.h"));
+        QVERIFY(header.open(QIODevice::ReadOnly));
+        QMap<QString, bool> tagged; // export: [interface]
+        bool iface = false;
+        const QRegularExpression re("\\[(interface|any thread)\\]|KXSCREEN_API[^(;]* (KXScreen\\w+)\\(");
+        auto it = re.globalMatch(header.readAll());
+        while (it.hasNext()) {
+            const QRegularExpressionMatch m = it.next();
+            m.captured(2).isEmpty() ? void(iface = m.captured(1) == "interface") : void(tagged[m.captured(2)] = iface);
+        }
+        if (m_exports.empty())
+            QSKIP("the calls are the sweep's: run it first");
+        Gallery x(QSize(320, 180), 1, true, 1);
+        std::vector<Export> calls = m_exports;
+        std::rotate(calls.begin(), calls.begin() + 1, calls.end()); // the release last
+        int checked = 1; // Init: interfaceCallsFromAHostThread
+        for (const Export& e : calls) {
+            const QString name = exportName(e.name);
+            if (!tagged.contains(name))
+                continue; // not exported
+            ++checked;
+            void* p = KXScreen_AddPerson(x.h, g_id.data(), g_id.data(), g_name.data(), 9, 0, nullptr, 1);
+            Quiet quiet;
+            const qint64 r = onHostThread([&]() { return e.call(x.h, p); });
+            const bool refused = Quiet::has(name + " refused: it belongs on the interface thread");
+            QVERIFY2(refused == tagged[name] && (r == 0 || !refused), qPrintable(name));
+        }
+        QCOMPARE(checked, tagged.size());
+        KXScreen_SetDPIs(g->h, 1.5, 2.0);
+    }
+
 private:
     // Queued work only: the gallery's own timers would change it by themselves.
     static void settle()
@@ -376,6 +457,7 @@ private:
 
     std::unique_ptr<Gallery> g;
     std::unique_ptr<Gallery> m_other;
+    std::vector<Export> m_exports; // the sweep's table
     void* m_released = nullptr; // a module handle released before the tests
     void* m_alice = nullptr;
     void* m_gone = nullptr;     // a play handle released before the tests

@@ -135,6 +135,13 @@ private slots:
         turnWait();
         QTest::keyClick(s, Qt::Key_Up); // past the last page
         QCOMPARE(s->pageIndex(), 1);
+        // The host's own page turns: clamped, at once (no debounce), the way of the controls.
+        QCOMPARE(KXScreen_GetPageCount(g.h), 2);
+        host.clear();
+        QCOMPARE(KXScreen_SetPage(g.h, -3), 0);
+        QCOMPARE(host.count(KXSCREEN_MSG_REMOTE_VIDEO_OPEN, s->persons().at(0)), 1);
+        QCOMPARE(KXScreen_SetPage(g.h, 99), 1);
+        QVERIFY(KXScreen_GetPage(g.h) == 1 && g.ctrl(PagePre)->isVisible() && s->videoMuteTimerId());
         // One more: page 1 holds three, never one participant in two tiles.
         g.add(1);
         QCOMPARE(g.shown().size(), 3);
@@ -186,10 +193,24 @@ private slots:
             if (p != focus)
                 QTRY_COMPARE(host.lastStream(p), int(KXSCREEN_MSG_STREAM_SMALL));
         QCOMPARE(g.shown().size(), 7);
-        QTest::mouseClick(g.ctrl(StripNext), Qt::LeftButton);
+        // A page control is a translucent disc: the corners of its square show the tile as it is (and leave
+        // a click there to the tile), the disc darkens the tile without hiding it.
+        QMyPageCtrl* next = g.ctrl(StripNext);
+        const QPoint corner = next->pos() + QPoint(1, 1), disc = next->geometry().center() - QPoint(12, 0);
+        const QImage with = s->grab().toImage();
+        next->hide();
+        const QImage without = s->grab().toImage();
+        next->show();
+        auto at = [](const QImage& i, QPoint p) { return i.pixelColor(p * i.devicePixelRatio()); };
+        QCOMPARE(at(with, corner), at(without, corner));
+        QVERIFY(s->childAt(corner) != next && s->childAt(disc) == next);
+        const int under = at(without, disc).lightness(), over = at(with, disc).lightness();
+        QVERIFY2(over < under - 20 && over > QColor(0x14, 0x17, 0x1C).lightness() + 20, "hidden or opaque");
+        QTest::mouseClick(next, Qt::LeftButton);
         pump();
         QCOMPARE(s->focusPerson(), focus);
         QCOMPARE(g.shown().size(), 3);
+        QCOMPARE(KXScreen_SetPage(g.h, 5) + KXScreen_GetPageCount(g.h), 1 + 2); // the strip's eight: two pages
         host.clear();
         g.feed();
         QTRY_COMPARE(host.lastStream(s->persons().at(8)), int(KXSCREEN_MSG_STREAM_SMALL));

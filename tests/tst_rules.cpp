@@ -329,7 +329,7 @@ private slots:
         // One whole-number result per row, "rule arguments":
         //   head current sizeAfter self role sharePresent sharing (changeToHeadIndex)
         //   need index | roster (needOrder), arrive joinTime | roster (arrivalIndex)
-        //   count mode n, stride mode, afterDelete page n, page mode page n (curPageStreamType),
+        //   count mode n, stride mode, afterDelete page n, page mode page n (curPageStreamType), shown mode n,
         //   def mode n fullTile focus (defStreamType)
         QTest::addColumn<QString>("call");
         QTest::addColumn<int>("expected");
@@ -348,6 +348,9 @@ private slots:
             {"page 1 0 3", 3}, {"page 1 0 20", 3}, {"page 1 1 7", 3}, {"page 2 0 2", 3}, {"page 4 0 2", 2},
             {"page 9 0 1", 2}, {"def 9 8 1 0", 4}, {"def 9 2 0 0", 4}, {"def 9 3 0 0", 3}, {"def 5 8 0 1", 4},
             {"def 5 2 1 0", 2}, {"def 1 2 0 0", 4}, {"def 1 5 1 1", 3}, {"def 6 2 0 1", 3}, {"def 8 2 0 1", 3},
+            {"shown 1 0", 1}, {"shown 1 6", 1}, {"shown 1 7", 2}, {"shown 1 13", 3}, {"shown 5 7", 1},
+            {"shown 5 8", 2}, {"shown 7 14", 3}, {"shown 8 8", 1}, {"shown 8 9", 2}, {"shown 8 16", 3},
+            {"shown 3 20", 1}, {"shown 4 20", 1}, {"shown 9 20", 1},
         };
         for (const auto& r : rows)
             QTest::newRow(r.first) << QString(r.first) << r.second;
@@ -366,6 +369,7 @@ private slots:
                         : fn == "stride" ? kxpaging::pageStride(a[0])
                         : fn == "afterDelete" ? kxpaging::pageAfterDelete(a[0], a[1])
                         : fn == "page" ? kxstream::curPageStreamType(a[0], a[1], a[2])
+                        : fn == "shown" ? kxpaging::shownPageCount(a[0], a[1])
                                        : kxstream::defStreamType(a[0], a[1], a[2], a[3]);
         QTEST(got, "expected");
     }
