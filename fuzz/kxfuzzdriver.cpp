@@ -89,8 +89,6 @@ struct Meeting
     void* released = nullptr;
     std::atomic<int> callbackMode{0};
     std::atomic<int> reentries{0};
-    // answered: non-zero
-    std::atomic<int> calls{0}, answered{0};
 
     std::mutex lock;
     // play handles added and not removed
@@ -428,8 +426,6 @@ public:
         case 30: r = KXScreen_SetParent(h, f1 ? m.host : nullptr); break;
         default: m.callbackMode = k % 6; break;
         }
-        ++m.calls;
-        m.answered += r != 0 ? 1 : 0;
         if (r != 0 && (!good || m_neverIssued))
             m.fail(QStringLiteral("call %1 answered %2 with a refused handle").arg(code).arg(r));
         // Calls about the gallery as a whole: 1 whenever its handle is live.
@@ -589,8 +585,6 @@ QString runChaos(quint64 seed, int ops, int hostThreads)
         if (round < rounds - 1)
             checkDrained(m);
     }
-    qInfo("chaos: seed=%llu calls=%d answered=%d live at the end=%d", static_cast<unsigned long long>(seed),
-          m.calls.load(), m.answered.load(), int(m.live.size()));
     const QString found = finish(m);
     return found.isEmpty() ? found : QStringLiteral("seed=%1 round=%2: %3").arg(seed).arg(round - 1).arg(found);
 }

@@ -25,7 +25,8 @@ private slots:
             seed = quint64(QDateTime::currentMSecsSinceEpoch()) * 0x9e3779b97f4a7c15ull;
         else if (!env.isEmpty())
             seed = env.toULongLong();
-        const int ops = qEnvironmentVariableIsSet("KX_CHAOS_OPS") ? qEnvironmentVariableIntValue("KX_CHAOS_OPS") : 16000;
+        const QByteArray opsEnv = qgetenv("KX_CHAOS_OPS");
+        const int ops = opsEnv.isEmpty() ? 16000 : opsEnv.toInt();
         for (int i = 0; i < qMax(1, qEnvironmentVariableIntValue("KX_CHAOS_SEEDS")); ++i) {
             // Printed first, so that a crash report still carries the seed.
             qInfo("chaos: KX_CHAOS_SEED=%llu KX_CHAOS_OPS=%d", static_cast<unsigned long long>(seed + i), ops);

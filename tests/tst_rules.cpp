@@ -155,7 +155,6 @@ private slots:
         row("alone: the whole gallery", 1, QSize(1280, 720), 1, 0, E(0, 0, 1280, 720));
         row("three: the third centred below", 1, HD, 3, 2, E(481, 541, 1439, 1080));
         row("five: two below, centred", 1, HD, 5, 3, E(321, 541, 959, 899));
-        row("eight: the second page's second", 1, HD, 8, 7, E(641, 181, 1279, 539));
         row("six-cut: right column ends with the big tile", 2, HD, 6, 2, E(1280, 361, 1919, 719));
         row("six-cut: bottom row right", 2, HD, 6, 5, E(1280, 721, 1918, 1081));
         row("eight-cut: under the big tile", 3, HD, 8, 6, E(960, 811, 1438, 1080));
@@ -406,7 +405,6 @@ private slots:
         row("speaker4, middle page", 8, 16, 1, false, "stripPre,stripNext");
         row("bottom strip, one over", 6, 8, 0, false, "stripNext");
         row("right strip, one page", 5, 4, 0, false, "ctrlRHide");
-        row("right strip hidden", 5, 4, 0, true, "ctrlLShow");
         row("right strip hidden, middle page", 5, 14, 1, true, "pageUp,ctrlLShow");
         row("six-cut", 2, 20, 1, false, "");
     }
