@@ -94,13 +94,13 @@ bool isReadable(const void* p, std::size_t size)
     return p && !IsBadReadPtr(p, size);
 }
 void registerLive(const void*, std::size_t) {}
+void unregisterLive(const void*) {}
 
 void retireThread(std::thread& t)
 {
     if (t.joinable())
         t.detach();
 }
-void unregisterLive(const void*) {}
 
 bool readPlayData(const void* hPlay, void** record)
 {
