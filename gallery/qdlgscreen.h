@@ -148,6 +148,9 @@ public:
     void onCheckTimer();
     // What the video-mute timer does when it fires.
     void onVideoMuteTimer();
+    // How long the layout must stay still before off-screen video stops
+    // (5 s; shorter for tests).
+    void setVideoMuteDelay(int ms) { m_iVideoMuteDelayMs = ms; }
 
     // --- modes and layouts ------------------------------------------------------
     bool setMeetingMode(int mode);
@@ -418,6 +421,7 @@ private:
     QPoint m_ptLastShareWgt;                     // last announced share tile position
     QElapsedTimer m_timePageTurn;
     int m_iVideoMuteTimerId = 0;
+    int m_iVideoMuteDelayMs = 5000;
     QMyPageCtrl* m_pPagePre = nullptr;
     QMyPageCtrl* m_pPageNext = nullptr;
     QMyPageCtrl* m_pStripPre = nullptr;

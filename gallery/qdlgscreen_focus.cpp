@@ -13,10 +13,6 @@
 
 #include <QTimer>
 
-namespace {
-const QString kSharePrefix = QStringLiteral("sharescreen_");
-} // namespace
-
 tagPersonInfo* QDlgScreen::getFoucsPerson() const
 {
     // Who takes the big tile: what the meeting looks at (a share while the
@@ -66,10 +62,10 @@ void QDlgScreen::reAddFocusPersonToPlayMap()
 
 bool QDlgScreen::isShareScreenUser(const QString& userID) const
 {
-    if (userID.isEmpty() || userID.startsWith(kSharePrefix))
+    if (userID.isEmpty() || tagPersonInfo::isShareID(userID))
         return false;
     for (tagPersonInfo* p : m_vecPerson) {
-        if (p->isShareScreen() && p->userID.midRef(kSharePrefix.size()) == userID)
+        if (p->isShareScreen() && tagPersonInfo::sharerOf(p->userID) == userID)
             return true;
     }
     return false;
@@ -249,7 +245,7 @@ QString QDlgScreen::shareUserID() const
 {
     for (tagPersonInfo* p : m_vecPerson) {
         if (p->isShareScreen())
-            return p->userID.mid(kSharePrefix.size());
+            return tagPersonInfo::sharerOf(p->userID);
     }
     return QString();
 }

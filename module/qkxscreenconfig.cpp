@@ -6,6 +6,7 @@
 #include "kxsync.h"
 #include "modulelog.h"
 #include "personinfo.h"
+#include "platform.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -60,7 +61,12 @@ QKXScreenConfig::QKXScreenConfig(QObject* parent)
     }
 }
 
-QKXScreenConfig::~QKXScreenConfig() = default;
+QKXScreenConfig::~QKXScreenConfig()
+{
+    // The reader runs the module's code: a host may unload the library while
+    // it reads.
+    kxplatform::retireThread(m_settingsReader);
+}
 
 bool QKXScreenConfig::event(QEvent* e)
 {
@@ -133,9 +139,12 @@ QString QKXScreenConfig::baseDir() const
 
 void QKXScreenConfig::getLoadingParam()
 {
-    // The disk is read on a thread of its own so that KXScreen_Init never waits
-    // for it; the two flags are written once and read without a lock.
-    std::thread([this]() { loadSettingsNow(); }).detach();
+    // The disk is read on a thread of its own so that KXScreen_Init does not
+    // wait for it (only, if it is still going, for the read the Init before
+    // started); the two flags are written once and read without a lock.
+    if (m_settingsReader.joinable())
+        m_settingsReader.join();
+    m_settingsReader = std::thread([this]() { loadSettingsNow(); });
 }
 
 void QKXScreenConfig::loadSettingsNow()

@@ -79,7 +79,7 @@ void CPlayWidget::setPersonData(void* person, bool bFlag)
             m_pPersonInfo = nullptr;
             KXLOG << "m_pPersonInfo had delete";
         }
-        wasShare = m_pPersonInfo && m_pPersonInfo->userID.contains(QLatin1String("sharescreen_"));
+        wasShare = m_pPersonInfo && tagPersonInfo::showsShare(m_pPersonInfo->userID);
 
         // A record freed since may come back at the same address: what was
         // painted for it is not this record's picture.
