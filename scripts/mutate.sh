@@ -47,6 +47,17 @@ m M07 module/cwin32uicallback.cpp 'm_pScreen->callback(dwMsg, wParam, lParam);' 
       "host function receives wParam and lParam swapped"
 m M08 module/qkxscreenconfig.cpp 'kxplatform::retireThread(m_settingsReader);' 'm_settingsReader.detach();' \
       "the settings reader outlives an unloaded library"
+m M09 gallery/pendingwork.cpp $'        eraseLocked(found.value());\n' '' \
+      "work a host thread repeats waits once per call, not once per kind"
+m M10 module/kxscreenhandle.cpp 'dlg->setOnLost([h](QDlgScreen* screen) { galleryLost(h, screen); });' '' \
+      "a gallery whose parent widget went first is freed under its handle"
+m M11 module/kxscreenhandle.cpp $'cfg->settleAfterNotification();\n        return;' \
+      $'kxsync::post(cfg, []() { settleScreenHandles(); });\n        return;' \
+      "a release held up by a host function asks again on every turn of its event loop"
+m M12 gallery/qdlgscreen_frame.cpp 'if (!isHasPerson(p) && !bKept)' 'if (!isHasPerson(p))' \
+      "a share kept for the external screen never shows as receiving video"
+m M13 gallery/qdlgscreen_ext.cpp 'closedByScreen, this, &QDlgScreen::extReset' 'closedByScreen, this, &QDlgScreen::extClose' \
+      "a screen that goes away leaves the external screen's state behind"
 
 # --- render -----------------------------------------------------------------
 m R01 render/videoframe.cpp $'h = int(double(W) * (videoH + 1) / videoW);\n        if (h > H) {' \
