@@ -402,8 +402,10 @@ private slots:
     void releaseInsideANestedLoop()
     {
         // The host function runs an event loop of its own (a context menu)
-        // and releases the gallery inside it: the gallery goes once the host
-        // function has returned, without asking again on every turn meanwhile.
+        // and releases the gallery inside it, while a host thread is inside
+        // an export (whose leaving asks for the free on the next turn): the
+        // gallery goes once the host function has returned, without asking
+        // again on every turn meanwhile.
         Gallery g(QSize(640, 360), 2);
         QPointer<QDlgScreen> s = g.screen();
         WorkCounter counter;
@@ -412,7 +414,16 @@ private slots:
         g.host().hook = [&](const HostMsg& m) {
             if (m.msg != KXSCREEN_MSG_CLICK_AUDIO)
                 return;
+            g_parked = g_resume = false;
+            g_parkNext = true;
+            kxhooks::setHook(parkHook);
+            std::thread inside([&]() { KXScreen_SetVolume(g.h, g.handles[0], 5); });
+            while (!g_parked)
+                std::this_thread::yield();
             KXScreen_Release(g.h);
+            g_resume = true;
+            inside.join();
+            kxhooks::setHook(nullptr);
             QEventLoop menu;
             QTimer::singleShot(200, &menu, &QEventLoop::quit);
             menu.exec();
