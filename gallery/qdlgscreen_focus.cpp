@@ -30,8 +30,11 @@ tagPersonInfo* QDlgScreen::getFoucsPerson() const
         if (!locked && p->bLockLook)
             locked = p;
     }
-    if (curMode() == 4 && share)
-        return share;
+    if (curMode() == 4 && share) {
+        // Of two shares, the one chosen for the stage, else the first to arrive.
+        tagPersonInfo* stage = findPersonByUserID(m_layouts.stageShare());
+        return stage && stage->isShareScreen() ? stage : share;
+    }
     if (m_pAllLookPerson && isHasPerson(m_pAllLookPerson))
         return m_pAllLookPerson;
     if (locked)
@@ -127,15 +130,6 @@ bool QDlgScreen::anyLookActive() const
     return false;
 }
 
-void QDlgScreen::restoreLookLayout()
-{
-    // The layout saved when the first look began comes back once the last
-    // one has ended.
-    if (m_iPreLockMode >= 1 && m_iPreLockMode <= 9)
-        setCurMode(m_iPreLockMode);
-    m_iPreLockMode = 0;
-}
-
 void QDlgScreen::onModAllLook(void* person, bool bAllLook)
 {
     auto* p = static_cast<tagPersonInfo*>(person);
@@ -202,18 +196,15 @@ void QDlgScreen::onModLookLock(void* person, bool bLock)
 void QDlgScreen::beginLook(bool bToast, bool bFirst)
 {
     // Everyone (or the local user) looks at one participant: show it large.
-    // The layout to return to is the one before the first look: a second
-    // look that begins meanwhile must not save the first one's layout.
+    // The looks together are one cause of the layout: a second look that
+    // begins meanwhile changes who is large, not the layout to return to.
     QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
     if (bFirst)
-        m_iPreLockMode = curMode();
+        m_layouts.begin(LayoutMemory::Look, QString(), curMode());
     if (bToast)
         cfg->notifyHost(13, 0, 0);
     reAddFocusPersonToPlayMap();
-    if (!IsFocusMode(curMode()) && curMode() != 9)
-        setMeetingMode(5);
-    else
-        reposPlayWnd();
+    applyLayouts();
 }
 
 void QDlgScreen::endLook()
@@ -226,9 +217,8 @@ void QDlgScreen::endLook()
         reposPlayWnd();
         return;
     }
-    const int back = m_iPreLockMode >= 1 && m_iPreLockMode <= 9 ? m_iPreLockMode : curMode();
-    m_iPreLockMode = 0;
-    setMeetingMode(back);
+    m_layouts.end(LayoutMemory::Look);
+    applyLayouts();
 }
 
 QString QDlgScreen::allLookUserID() const
@@ -519,11 +509,11 @@ void QDlgScreen::onLeftBtnDBClick(CPlayWidget* widget)
     }
     // Elsewhere a double click shows that tile alone; another brings the
     // layout back.
-    if (mode == 9) {
-        const int back = m_iPreScreenMode == 9 ? 1 : m_iPreScreenMode;
-        setMeetingMode(back);
+    if (mode == 9 && m_layouts.isActive(LayoutMemory::FullView)) {
+        endFullView();
+        applyLayouts();
     } else if (getPersonInfoByPlayWidgetPtr(widget)) {
-        m_iPreScreenMode = mode;
+        m_layouts.begin(LayoutMemory::FullView, QString(), mode);
         m_pMaxPlayWnd = widget;
         m_pCurSelPlayWidget = widget;
         setMeetingMode(9);

@@ -3,6 +3,7 @@
 // display order, page arithmetic and controls, stream types, frame buffers.
 #include "displayorder.h"
 #include "layoutgeometry.h"
+#include "layoutmemory.h"
 #include "pagingrules.h"
 #include "speakerhold.h"
 #include "streampolicy.h"
@@ -488,6 +489,64 @@ private slots:
             got << (hold.stage().isEmpty() ? QStringLiteral("-") : hold.stage());
         }
         QTEST(got.join(' '), "stages");
+    }
+
+    void layoutMemory_data()
+    {
+        // From a layout, events and then the layout and stage share after each: S share, W whiteboard,
+        // P floating window, F full view, L look, begun (+) or ended (-); Cb share b put on the stage,
+        // H6 layout 6 chosen. Whatever the order, the layout from before comes back at the end.
+        QTest::addColumn<int>("start");
+        QTest::addColumn<QString>("events");
+        QTest::addColumn<QString>("layouts");
+        auto row = [](const char* n, int s, const char* e, const char* l) { QTest::newRow(n) << s << QString(e) << QString(l); };
+        row("a share", 5, "S+a S-a", "4a 5");
+        row("two shares overlap", 5, "S+a S+b S-a S-b", "4a 4a 4b 5");
+        row("the first share leaves last", 5, "S+a S+b S-b S-a", "4a 4a 4a 5");
+        row("two shares in turn", 5, "S+a S-a S+b S-b", "4a 5 4b 5");
+        row("a click puts the other share on the stage", 2, "S+a S+b Cb S-b S-a", "4a 4a 4b 4a 2");
+        row("a whiteboard over a share", 6, "S+a W+ S-a W-", "4a 4a 4 6");
+        row("a share over a whiteboard", 6, "W+ S+a W- S-a", "4 4a 4a 6");
+        row("the external screen takes the share and gives it back", 3, "W+ S+a S-a W- S+a S-a", "4 4a 4 3 4a 3");
+        row("the floating window, then a share", 1, "P+ S+a P- S-a", "4 4a 4a 1");
+        row("a share, then the floating window", 1, "S+a P+ S-a P-", "4a 4a 4 1");
+        row("double click on the stage", 8, "S+a F+ F- S-a", "4a 9a 4a 8");
+        row("the floating window beside a full view", 5, "F+ P+ F- P-", "9 9 4 5");
+        row("a look, then a share", 1, "L+ S+a S-a L-", "5 4a 5 1");
+        row("a share, then a look", 1, "S+a L+ S-a L-", "4a 4a 5 1");
+        row("a look in a speaker layout", 7, "L+ L-", "7 7");
+        row("a layout chosen during a share", 5, "S+a H6 S-a", "4a 6a 6");
+        row("a layout chosen, then a second share", 5, "S+a H6 S+b S-b S-a", "4a 6a 4a 6a 6");
+        row("the stage chosen during a share", 5, "S+a H4 S-a", "4a 4a 4");
+        row("ends of what never began", 5, "S-a W- F-", "5 5 5");
+        row("the same share twice", 5, "S+a S+a S-a", "4a 4a 5");
+        row("everything, ended in another order", 7, "L+ S+a W+ P+ F+ S+b F- L- S-a P- W- S-b",
+            "7 4a 4a 4a 9a 4a 4a 4a 4b 4b 4b 7");
+    }
+
+    void layoutMemory()
+    {
+        QFETCH(int, start);
+        QFETCH(QString, events);
+        LayoutMemory m(start);
+        QStringList got;
+        QSet<QString> open;
+        for (const QString& e : events.split(' ')) {
+            const QString key = e.mid(2);
+            if (e[0] == 'H')
+                m.choose(e.mid(1).toInt());
+            else if (e[0] == 'C')
+                QVERIFY(m.chooseStageShare(e.mid(1)));
+            else if (e[1] == '+')
+                m.begin(LayoutMemory::Cause(QString("SWPFL").indexOf(e[0])), key, m.layout()), open << e[0] + key;
+            else
+                m.end(LayoutMemory::Cause(QString("SWPFL").indexOf(e[0])), key), open.remove(e[0] + key);
+            got << QString::number(m.layout()) + m.stageShare();
+        }
+        QTEST(got.join(' '), "layouts");
+        QCOMPARE(m.isEmpty(), open.isEmpty());
+        if (open.isEmpty() && !events.contains('H'))
+            QCOMPARE(m.layout(), start);
     }
 
     void speakerPlace_data()
