@@ -236,6 +236,7 @@ public:
     // The live captions as "name: text", oldest first.
     // Who holds the stage as active speaker, and how often it changed hands.
     QString stageSpeaker() const { return m_speakerHold.stage(); }
+    bool stageFollowsSpeaker() const { return m_bStageFollowsSpeaker; }
     int stageSpeakerChanges() const { return m_iStageSpeakerChanges; }
     // Shorter hold times, for tests.
     void setSpeakerHoldTimes(qint64 takeMs, qint64 holdMs);
@@ -343,12 +344,12 @@ private:
     // Pin, active speaker and voice activation.
     void setPinned(tagPersonInfo* pinned);
     void applyPin();
-    void speakerReport(const QString& userID);
-    void setSpeaking(const QString& userID);
+    void speakerReport(const QStringList& userIDs);
+    void setSpeaking(const QStringList& userIDs);
     void scheduleSpeakerTick();
     void onSpeakerTick();
     void applyStageSpeaker();
-    void bringSpeakerToFirstPage(tagPersonInfo* p);
+    bool bringSpeakerToFirstPage(tagPersonInfo* p); // true when it laid out again
     void cancelVoiceActivation();
     void NotifyShareWgtPos();
     void CheckShareWgtPosChanged();
@@ -440,8 +441,10 @@ private:
     SpeakerHold m_speakerHold;                   // who holds the stage as speaker
     QTimer* m_pSpeakerTimer = nullptr;           // when the hold can next change the stage
     QElapsedTimer m_speakerClock;
-    QString m_qstrSpeakingUserID;                // reported speaking right now (the border)
+    QStringList m_speakingIDs;                   // reported speaking right now (the border)
     bool m_bVoiceActivation = false;             // the speaker came through voice activation
+    bool m_bStageFollowsSpeaker = true;          // off from CancelVoiceActivate to the next SetVoiceActivate
+    QString m_qstrPrevStageSpeaker;              // who held the stage before the one on it
     int m_iStageSpeakerChanges = 0;
     CPlayWidget* m_pMoreMenuPlayWidget = nullptr; // tile whose "more" menu is open
     tagPersonInfo* m_pMoreMenuPerson = nullptr;

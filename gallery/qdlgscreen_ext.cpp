@@ -101,7 +101,9 @@ tagPersonInfo* QDlgScreen::extChoice() const
         if (p->isShareScreen())
             return p;
     }
-    for (const QString& id : {m_qstrSpeakingUserID, m_speakerHold.stage(), m_qstrAciveUserID}) {
+    // The speaker as the stage takes it, with the same hold: a projector that
+    // cut to every voice would be hard to watch.
+    for (const QString& id : {m_speakerHold.stage(), m_qstrAciveUserID}) {
         tagPersonInfo* p = id.isEmpty() ? nullptr : findPersonByUserID(id);
         if (p && !p->bSelf)
             return p;

@@ -277,8 +277,9 @@ bool QDlgScreen::DelPerson(tagPersonInfo* p)
     if (m_bVoiceActivation && p->userID == m_speakerHold.stage())
         cancelVoiceActivation();
     m_speakerHold.forget(p->userID);
-    if (p->userID == m_qstrSpeakingUserID)
-        m_qstrSpeakingUserID.clear();
+    m_speakingIDs.removeAll(p->userID);
+    if (p->userID == m_qstrPrevStageSpeaker)
+        m_qstrPrevStageSpeaker.clear();
 
     if (!m_vecPerson.isEmpty()) {
         testPrevPageForDelPerson();
@@ -508,7 +509,9 @@ void QDlgScreen::resetAll()
     m_pVoiceActivatePlayWidget = nullptr;
     m_bVoiceActivation = false;
     m_qstrFocusUserID.clear();
-    m_qstrSpeakingUserID.clear();
+    m_speakingIDs.clear();
+    m_bStageFollowsSpeaker = true;
+    m_qstrPrevStageSpeaker.clear();
     m_speakerHold.clear();
     m_pSpeakerTimer->stop();
     m_bJoinFinish = false;

@@ -107,16 +107,20 @@ void QDlgScreen::placePicInPic()
         releasePicInPic();
         return;
     }
-    // "One" shows the participant chosen in the window while a share holds
-    // the stage, else who speaks, else the first.
-    tagPersonInfo* one = findPersonByUserID(m_qstrPicInPicOne);
-    if (!others.contains(one)) {
-        one = findPersonByUserID(m_qstrSpeakingUserID);
-        if (!one && !m_qstrAciveUserID.isEmpty())
-            one = findPersonByUserID(m_qstrAciveUserID);
-        if (!others.contains(one) || one->bSelf)
-            one = others.first();
+    // "One" shows the participant chosen in the window (until the next
+    // speaker takes the stage), else the stage speaker, with the stage's
+    // hold, else the one before (when the speaker is on the stage itself),
+    // else the first. Never the participant on the stage.
+    tagPersonInfo* one = nullptr;
+    for (const QString& id : {m_qstrPicInPicOne, m_speakerHold.stage(), m_qstrPrevStageSpeaker}) {
+        tagPersonInfo* p = id.isEmpty() ? nullptr : findPersonByUserID(id);
+        if (p && p != stage && (!p->bSelf || id == m_qstrPicInPicOne)) {
+            one = p;
+            break;
+        }
     }
+    if (!one)
+        one = others.first();
     m_pPicInPic->setParticipants(others, one);
     m_iPicInPicPageIdx = m_pPicInPic->pageIndex();
     for (int i = 0; m_pPicInPic->tile(i); ++i) {

@@ -455,8 +455,8 @@ private slots:
     void speakerHold_data()
     {
         // Reports of who speaks at given times (ms; "." only lets time pass,
-        // "-" is silence) and who holds the stage after each, with take 1500
-        // and hold 3000.
+        // "-" is silence, "!A" puts A on the stage) and who holds the stage
+        // after each, with take 1500 and hold 3000.
         QTest::addColumn<QString>("reports");
         QTest::addColumn<QString>("stages");
         QTest::newRow("a first speaker waits 1.5 s") << "0:A 1499:. 1500:." << "- - A";
@@ -468,6 +468,7 @@ private slots:
         QTest::newRow("back to the one on stage cancels") << "0:A 1500:. 4000:B 5000:A 5500:. 7000:." << "- A A A A A";
         QTest::newRow("silence keeps the last speaker") << "0:A 1500:. 2000:- 60000:." << "- A A A";
         QTest::newRow("long after the hold, 1.5 s is enough") << "0:A 1500:. 10000:B 11499:. 11500:." << "- A A A B";
+        QTest::newRow("put on the stage at once, then held") << "0:A 100:!B 1600:. 3099:. 3100:." << "- B B B A";
     }
 
     void speakerHold()
@@ -481,6 +482,8 @@ private slots:
             const qint64 next = hold.nextChangeAt();
             if (who == ".")
                 hold.tick(at);
+            else if (who.startsWith('!'))
+                hold.force(who.mid(1), at);
             else
                 hold.report(who == "-" ? QString() : who, at);
             // A pending change is announced for exactly when it happens.
