@@ -8,6 +8,7 @@
 #include "qdlgplayinfo.h"
 
 #include <QAbstractEventDispatcher>
+#include <QScreen>
 #include <QTemporaryDir>
 #include <QWheelEvent>
 
@@ -291,6 +292,29 @@ private slots:
         QVERIFY(other && other != stage);
         emit qobject_cast<QDlgPicInPic*>(pip)->notifyClickPicInPicPlayWidget(other);
         QTRY_VERIFY(s->focusPerson() == other && !g.inPicInPic().contains(other));
+        // Resized by its corner, its tile following, from a tile's narrowest to a third of its screen.
+        auto mouse = [](QWidget* w, QEvent::Type t, QPoint at) {
+            QMouseEvent e(t, at, w->mapToGlobal(at), Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
+            QCoreApplication::sendEvent(w, &e);
+        };
+        QWidget* grip = pip->findChild<QWidget*>("pipResize");
+        mouse(grip, QEvent::MouseButtonPress, {8, 8});
+        mouse(grip, QEvent::MouseMove, {88, 8});
+        QCOMPARE(g.inPicInPic().value(0)->pWidget->geometry(), QRect(0, 28, 400, 225));
+        QCOMPARE(pip->size(), QSize(400, 253));
+        mouse(grip, QEvent::MouseMove, {4000, 8});
+        QCOMPARE(pip->width(), pip->screen()->availableGeometry().width() / 3);
+        mouse(grip, QEvent::MouseMove, {-4000, 8});
+        QCOMPARE(pip->size(), QSize(160, 118));
+        // Dragged by its bar onto any screen, kept within them, where no compositor drags it itself.
+        if (QGuiApplication::platformName() != "wayland") {
+            const QPoint from = pip->pos();
+            mouse(pip, QEvent::MouseButtonPress, {60, 10});
+            mouse(pip, QEvent::MouseMove, {160, 60});
+            QCOMPARE(pip->pos(), from + QPoint(100, 50));
+            mouse(pip, QEvent::MouseMove, {9000, 9000});
+            QCOMPARE(pip->geometry().bottomRight(), pip->screen()->availableGeometry().bottomRight());
+        }
         // Minimised: the gallery's tiles stop counting, the window's still count.
         g.host().clear();
         KXScreen_SetMeetingRoomMinimized(g.h, true);
@@ -317,6 +341,13 @@ private slots:
         g.host().clear();
         s->onVideoMuteTimer();
         QCOMPARE(g.host().count(KXSCREEN_MSG_REMOTE_VIDEO_CLOSE), 2);
+        // Its close control hides it as the host does, until the layout changes.
+        g.setMode(2);
+        g.setMode(4);
+        QTRY_VERIFY(pip->isVisible());
+        QTest::mouseClick(pip->findChild<QWidget*>("pipClose"), Qt::LeftButton);
+        pump();
+        QVERIFY(!pip->isVisible() && g.inPicInPic().isEmpty());
     }
 
     void activeSpeakerAndPin()

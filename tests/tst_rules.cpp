@@ -51,11 +51,15 @@ QRect rectOf(const QString& call)
         return shareStageRect(a[0], a[1]);
     if (fn == "split")
         return splitStageRect(a[0], a[1], a[2]);
-    if (fn == "pip") { // several count page i: -1 window, -2 toggle, -3 previous, -4 next, else tile i
-        const PicInPicGeometry g = picInPicGeometry(a[0], a[1], a[2]);
-        const QVector<QRect> parts{QRect(), QRect(QPoint(0, 0), g.window), g.toggle, g.prev, g.next};
+    if (fn == "pip") { // several count page i [width screen]: -1 window, -2 toggle, -3 prev, -4 next, -5 close, -6 grip
+        const PicInPicGeometry g =
+            a.size() > 4 ? picInPicGeometry(a[0], a[1], a[2], a[4], a[5]) : picInPicGeometry(a[0], a[1], a[2]);
+        const QVector<QRect> parts{QRect(), QRect(QPoint(0, 0), g.window), g.toggle, g.prev, g.next, g.close, g.grip};
         return a[3] < 0 ? parts.at(-a[3]) : nth(g.tiles, a[3]);
     }
+    if (fn == "keep") // x y w h, over a 1920 x 1040 screen and a 1280 x 680 one to its right
+        return QRect(keepOnScreens(QRect(a[0], a[1], a[2], a[3]), {QRect(0, 0, 1920, 1040), QRect(1920, 0, 1280, 680)}),
+                     QSize(a[2], a[3]));
     if (fn == "s4") { // W H n smallCount page i: -1 single, 0 left, 1 right, 2 strip, 3.. small
         const Speaker4Geometry g = speaker4Geometry(a[0], a[1], a[2], a[3], a[4]);
         const QVector<QRect> all = QVector<QRect>{g.bigLeft, g.bigRight, g.strip} + g.small;
@@ -183,10 +187,17 @@ private slots:
             {"split 1920 1080 1", E(961, 270, 1920, 809)},
             // Floating window: bar 28, "one" 320x180, "several" 240x135 by four, gap 4, buttons 24.
             {"pip 0 5 0 -1", QRect(0, 0, 320, 208)}, {"pip 0 5 0 0", QRect(0, 28, 320, 180)},
-            {"pip 0 5 3 1", QRect()}, {"pip 0 5 0 -2", QRect(292, 2, 24, 24)}, {"pip 0 5 0 -3", QRect()},
+            {"pip 0 5 3 1", QRect()}, {"pip 0 5 0 -2", QRect(264, 2, 24, 24)}, {"pip 0 5 0 -3", QRect()},
             {"pip 1 5 0 -1", QRect(0, 0, 240, 580)}, {"pip 1 5 0 3", QRect(0, 445, 240, 135)},
             {"pip 1 5 7 -1", QRect(0, 0, 240, 163)}, {"pip 1 5 7 0", QRect(0, 28, 240, 135)},
-            {"pip 1 5 7 1", QRect()}, {"pip 1 5 0 -2", QRect(212, 2, 24, 24)},
+            {"pip 1 5 7 1", QRect()}, {"pip 1 5 0 -2", QRect(184, 2, 24, 24)},
+            {"pip 0 5 0 -5", QRect(292, 2, 24, 24)}, {"pip 0 5 0 -6", QRect(304, 192, 16, 16)},
+            {"pip 0 5 0 -1 480 1920", QRect(0, 0, 480, 298)}, {"pip 1 5 0 0 480 1920", QRect(0, 28, 360, 202)},
+            {"pip 0 5 0 -1 900 1920", QRect(0, 0, 640, 388)}, {"pip 0 5 0 -1 100 1920", QRect(0, 0, 160, 118)},
+            {"keep 100 100 320 208", QRect(100, 100, 320, 208)}, {"keep 2500 200 320 208", QRect(2500, 200, 320, 208)},
+            {"keep 1800 100 320 208", QRect(1800, 100, 320, 208)}, {"keep 3100 -50 320 208", QRect(2880, 0, 320, 208)},
+            {"keep 2500 900 320 208", QRect(2500, 472, 320, 208)}, {"keep 1800 900 320 20", QRect(1600, 900, 320, 20)},
+            {"keep 1800 900 320 208", QRect(1600, 832, 320, 208)},
             {"pip 1 5 0 -3", QRect(4, 2, 24, 24)}, {"pip 1 5 0 -4", QRect(32, 2, 24, 24)}, {"pip 1 0 0 0", QRect()},
         };
         for (const auto& r : rows)
