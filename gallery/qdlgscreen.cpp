@@ -360,17 +360,23 @@ void QDlgScreen::onModJoinMeetingFinish()
 void QDlgScreen::onModAddSubtitle(int iType, int iIndex, QString name, QString text)
 {
     m_pSubtitleBand->addSentence(iType, iIndex, name, text);
+    if (m_pExtScreen)
+        m_pExtScreen->subtitleBand()->addSentence(iType, iIndex, name, text);
 }
 
 void QDlgScreen::onModClearSubtitles()
 {
     m_pSubtitleBand->clear();
+    if (m_pExtScreen)
+        m_pExtScreen->subtitleBand()->clear();
 }
 
 void QDlgScreen::onModOpenSubtitle(bool bOpen)
 {
     m_bSubtitleOpen = bOpen;
     m_pSubtitleBand->setOpen(bOpen);
+    if (m_pExtScreen)
+        m_pExtScreen->subtitleBand()->setOpen(bOpen);
 }
 
 QStringList QDlgScreen::subtitles() const

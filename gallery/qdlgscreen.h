@@ -314,8 +314,10 @@ private:
     // gallery's state and reports its controls' clicks here.
     void adoptTile(CPlayWidget* tile);
     void drainQueued();
-    // Brings every share kept for the external screen into the gallery.
+    // Brings every share kept for the external screen into the gallery, and
+    // the other way (true when any went).
     void takeBackExtShares();
+    bool extTakeShares();
     void extReset();
     void initModSlotMap();
     void bindTile(PlayMap::iterator it, tagPersonInfo* person, bool bFlag);
