@@ -335,6 +335,15 @@ public:
             m_meeting.speak(who(arg), w.size() > 2 ? w.at(2).toInt() : 75);
             if (Participant* p = who(arg))
                 m_captionSpeaker = p;
+        } else if (verb == QLatin1String("voice")) {
+            // "voice on [NAME]": that participant on the stage at once, and the
+            // stage follows who speaks again; "voice off": it stops following
+            if (arg == QLatin1String("off")) {
+                m_api.CancelVoiceActivate(m_screen);
+            } else if (Participant* p = who(w.value(2))) {
+                QByteArray id = p->userId;
+                m_api.SetVoiceActivateByUserID(m_screen, id.data());
+            }
         } else if (verb == QLatin1String("subtitles")) {
             m_subtitles = flag(arg, m_subtitles);
             m_api.OpenSubtitle(m_screen, m_subtitles);
@@ -609,14 +618,19 @@ private:
     }
 
     // The window as a person sees it: the module's floating window, a
-    // window of its own, is drawn where it stands over the meeting window.
+    // window of its own, is drawn where it stands over the meeting window
+    // (on Wayland, where no client knows where its windows are, where it
+    // opens: the gallery's top-right corner).
     QPixmap windowShot()
     {
         QPixmap shot = grab();
         QWidget* pip = m_screen ? m_api.GetPicInPicWidgetPtr(m_screen) : nullptr;
         if (pip && pip->isVisible()) {
+            QPoint at = pip->mapToGlobal(QPoint(0, 0)) - mapToGlobal(QPoint(0, 0));
+            if (QGuiApplication::platformName() == QLatin1String("wayland"))
+                at = m_area->mapTo(this, QPoint(m_area->width() - pip->width() - 16, 16));
             QPainter painter(&shot);
-            painter.drawPixmap(pip->mapToGlobal(QPoint(0, 0)) - mapToGlobal(QPoint(0, 0)), pip->grab());
+            painter.drawPixmap(at, pip->grab());
         }
         return shot;
     }
