@@ -5,17 +5,18 @@
 //    memcpy of the same bytes into the same buffer, measured side by side in
 //    one run. Target: at most 1.2x at 720p and 1080p.
 // 2. With a display, the paint path: for each scenario the module's gallery
-//    (through the exports, with its overlays and icons), a one-surface
-//    baseline and a QPainter reference are fed the same frames from the same
-//    host threads at 30 fps, one after the other in this run. Reported per
-//    renderer: frames offered and painted, interface-thread and process CPU,
-//    window compositions per second and the delay from the hand-over of a
-//    frame to the presentation of the composition that shows it. The targets
-//    are printed beside the figures.
+//    (through the exports, with its overlays and icons) drawing with OpenGL
+//    and then on the CPU, a one-surface OpenGL baseline and a libyuv +
+//    QPainter reference are fed the same frames from the same host threads
+//    at 30 fps, one after the other in this run. Reported per renderer:
+//    frames offered and painted, interface-thread and process CPU, window
+//    compositions per second and the delay from the hand-over of a frame to
+//    the presentation of the composition that shows it. The targets are
+//    printed beside the figures.
 //
 // Options: --seconds S (per run, default 8), --scenario N (1-3), --renderer
-// module|surface|painter (the module still runs a second to place the tiles),
-// --paint-only.
+// gl|raster|surface|painter (the module still runs a second to place the
+// tiles), --paint-only.
 #include "cplaywidget.h"
 #include "kxscreenmod2.h"
 #include "moduleapp.h"
@@ -25,6 +26,7 @@
 #include "personinfo.h"
 #include "qdlgplayinfo.h"
 #include "qkxscreenconfig.h"
+#include "tilerenderer.h"
 
 #include <QApplication>
 #include <QEventLoop>
@@ -220,8 +222,9 @@ struct Row {
     double machineCores = 0; // busy cores of the whole machine (the X server included)
     double delayMed = 0;
     double delayP99 = 0;
-    long overlayPaints = -1; // module only
-    long glPaints = -1;      // module only: paints that drew, counted by the tiles
+    long overlayPaints = -1;   // module only: overlay paints that drew its content
+    long overlayComposes = -1; // module only: overlay paints that laid kept content over a new picture
+    long glPaints = -1;        // module only: paints that drew, counted by the tiles
 
     double ratio() const { return offered ? double(painted) / offered : 0; }
     double uiMsPerFrame() const { return painted ? 1000.0 * uiCpu / painted : 0; }
@@ -288,13 +291,37 @@ int onHostMessage(unsigned int msg, uint64_t, uint64_t lParam)
 void onTilePainted(CPlayWidget* tile, const unsigned char* picture)
 {
     const kxbench::FrameTag tag = kxbench::readTag(picture);
-    if (g_stats)
+    if (g_stats) {
         g_stats->painted(tile, tag);
+        // A tile that paints on the CPU paints into the window's backing
+        // store, which is flushed to the screen right after this paint (as
+        // the reference's is).
+        if (tile->isRaster())
+            g_stats->shown(tile);
+    }
     g_tileOf.insert(tag.participant, tile);
 }
 
-Row runModule(const Scenario& sc, double seconds, QVector<kxbench::TilePlan>* plans)
+// Counts the window's compositions when nothing OpenGL signals them: each
+// update request paints and flushes the backing store once.
+class FlushCounter : public QObject
 {
+public:
+    explicit FlushCounter(kxbench::PaintStats* stats) : m_stats(stats) {}
+    bool eventFilter(QObject* o, QEvent* e) override
+    {
+        if (e->type() == QEvent::UpdateRequest)
+            m_stats->composed();
+        return QObject::eventFilter(o, e);
+    }
+
+private:
+    kxbench::PaintStats* m_stats;
+};
+
+Row runModule(const Scenario& sc, kxrender::Renderer renderer, double seconds, QVector<kxbench::TilePlan>* plans)
+{
+    kxtilerender::setForTests(renderer);
     QWidget host;
     host.setWindowTitle(QStringLiteral("bench_playframe: module"));
     host.setGeometry(0, 0, kWindowW, kWindowH);
@@ -333,23 +360,32 @@ Row runModule(const Scenario& sc, double seconds, QVector<kxbench::TilePlan>* pl
 
     const QList<CPlayWidget*> tiles = host.findChildren<CPlayWidget*>();
     CPlayWidget* composedBy = nullptr;
-    for (CPlayWidget* t : tiles)
-        QObject::connect(t, &QOpenGLWidget::frameSwapped, t, [&stats, t, &composedBy]() {
-            stats.shown(t);
-            // Every shown tile hears each composition of the window: one counts them.
-            if (t == composedBy)
-                stats.composed();
-        });
+    for (CPlayWidget* t : tiles) {
+        if (auto* surface = t->findChild<QOpenGLWidget*>()) {
+            QObject::connect(surface, &QOpenGLWidget::frameSwapped, t, [&stats, t, &composedBy]() {
+                stats.shown(t);
+                // Every shown tile hears each composition of the window: one counts them.
+                if (t == composedBy)
+                    stats.composed();
+            });
+        }
+    }
+    FlushCounter flushes(&stats);
+    if (renderer == kxrender::Renderer::Raster)
+        host.installEventFilter(&flushes);
 
-    long overlay0 = 0, gl0 = 0, overlayPaints = 0, glPaints = 0;
+    long overlay0 = 0, composes0 = 0, gl0 = 0, overlayPaints = 0, overlayComposes = 0, glPaints = 0;
     auto sample = [&](bool atStart) {
-        long overlay = 0, gl = 0;
-        for (QDlgPlayInfo* info : host.findChildren<QDlgPlayInfo*>())
+        long overlay = 0, composes = 0, gl = 0;
+        for (QDlgPlayInfo* info : host.findChildren<QDlgPlayInfo*>()) {
             overlay += info->paintCount();
+            composes += info->composeCount();
+        }
         for (CPlayWidget* t : tiles)
             gl += t->paintedFrames();
         if (atStart) {
             overlay0 = overlay;
+            composes0 = composes;
             gl0 = gl;
             for (CPlayWidget* t : tiles) {
                 if (t->isVisible()) {
@@ -359,14 +395,17 @@ Row runModule(const Scenario& sc, double seconds, QVector<kxbench::TilePlan>* pl
             }
         } else {
             overlayPaints = overlay - overlay0;
+            overlayComposes = composes - composes0;
             glPaints = gl - gl0;
         }
     };
     // Two seconds of warm-up: the first frames reorder the gallery and settle the stream types.
     Row r = measure(feed, stats, 2.0, seconds, sample);
+    host.removeEventFilter(&flushes);
     r.overlayPaints = overlayPaints;
+    r.overlayComposes = overlayComposes;
     r.glPaints = glPaints;
-    r.renderer = QStringLiteral("module");
+    r.renderer = QStringLiteral("module ") + QLatin1String(kxrender::rendererName(renderer));
 
     CPlayWidget::setPaintObserver(nullptr);
     g_stats = nullptr;
@@ -417,9 +456,26 @@ Row runOneWidget(const QString& name, const QVector<kxbench::TilePlan>& plans, d
 
 void printRow(const Row& r)
 {
-    std::printf("  %-12s %7ld %7ld %6.3f %8.2f %8.2f %6.0f%% %6.0f%% %7.1f %7.1f %7.1f\n", qPrintable(r.renderer),
+    std::printf("  %-15s %7ld %7ld %6.3f %8.2f %8.2f %6.0f%% %6.0f%% %7.1f %7.1f %7.1f\n", qPrintable(r.renderer),
                 r.offered, r.painted, r.ratio(), r.uiMsPerFrame(), r.procMsPerFrame(), 100.0 * r.procCpu / r.wall,
                 100.0 * r.machineCores, r.compositions / r.wall, r.delayMed, r.delayP99);
+}
+
+void printModuleCounts(const Row& m)
+{
+    std::printf("  %s: %ld tile paints (%ld drew a frame already drawn), %ld overlay paints that drew, "
+                "%ld that laid kept pixels over a new picture\n",
+                qPrintable(m.renderer), m.glPaints, m.stale, m.overlayPaints, m.overlayComposes);
+}
+
+const char* verdict(bool ok)
+{
+    return ok ? "met" : "MISSED";
+}
+
+double procShare(const Row& r)
+{
+    return r.wall > 0 ? r.procCpu / r.wall : 0;
 }
 
 void runPaintPath(double seconds, int onlyScenario, const QString& onlyRenderer)
@@ -427,12 +483,17 @@ void runPaintPath(double seconds, int onlyScenario, const QString& onlyRenderer)
     std::printf("\nPaint path: %dx%d window, %d fps per stream, %.0f s per run; %s, %d cores, Qt %s, platform %s\n",
                 kWindowW, kWindowH, kFps, seconds, qPrintable(kxbench::cpuModel()), kxbench::cpuCount(), qVersion(),
                 qPrintable(QGuiApplication::platformName()));
-    std::printf("  module: the gallery through the exports (one GL tile per participant, overlays, page controls)\n");
+    std::printf("  module gl: the gallery through the exports, one OpenGL tile per participant, overlays, "
+                "page controls\n");
+    std::printf("  module raster: the same gallery drawing on the CPU (libyuv, no OpenGL widget in the window)\n");
     std::printf("  one surface: one QOpenGLWidget uploads each new picture and draws all tiles in one paint\n");
-    std::printf("  QPainter: one widget converts each new picture on the CPU and draws it\n");
-    std::printf("  %-12s %7s %7s %6s %8s %8s %7s %7s %7s %7s %7s\n", "renderer", "offered", "painted", "ratio",
+    std::printf("  libyuv+QPainter: one widget; libyuv scales each new picture to its tile and converts it, "
+                "QPainter draws it unscaled\n");
+    std::printf("  %-15s %7s %7s %6s %8s %8s %7s %7s %7s %7s %7s\n", "renderer", "offered", "painted", "ratio",
                 "UI ms/f", "proc ms/f", "proc", "machine", "comp/s", "med ms", "p99 ms");
 
+    const bool all = onlyRenderer.isEmpty();
+    auto wanted = [&](const char* name) { return all || onlyRenderer == QLatin1String(name); };
     int index = 0;
     for (const Scenario& sc : kScenarios) {
         ++index;
@@ -441,33 +502,50 @@ void runPaintPath(double seconds, int onlyScenario, const QString& onlyRenderer)
         std::printf("%d. %s\n", index, sc.name);
         std::fflush(stdout);
         QVector<kxbench::TilePlan> plans;
-        Row module;
-        const bool all = onlyRenderer.isEmpty();
-        module = runModule(sc, (all || onlyRenderer == QLatin1String("module")) ? seconds : 1.0, &plans);
-        if (all || onlyRenderer == QLatin1String("module"))
-            printRow(module);
+        Row gl, raster, surface, painter;
+        gl = runModule(sc, kxrender::Renderer::Gl, wanted("gl") ? seconds : 1.0, &plans);
+        if (wanted("gl"))
+            printRow(gl);
         std::fflush(stdout);
-        Row surface;
-        if (all || onlyRenderer == QLatin1String("surface")) {
+        if (wanted("raster")) {
+            raster = runModule(sc, kxrender::Renderer::Raster, seconds, &plans);
+            printRow(raster);
+            std::fflush(stdout);
+        }
+        if (wanted("surface")) {
             surface = runOneWidget<OneSurfaceGallery>(QStringLiteral("one surface"), plans, seconds);
             printRow(surface);
         }
-        if (all || onlyRenderer == QLatin1String("painter"))
-            printRow(runOneWidget<PainterGallery>(QStringLiteral("QPainter"), plans, seconds));
-        if (all || onlyRenderer == QLatin1String("module"))
-            std::printf("  module: %ld tile paints (%ld drew a frame already drawn), %ld overlay repaints\n",
-                        module.glPaints, module.stale, module.overlayPaints);
-        if (all) {
-            const double frameMs = 1000.0 / kFps;
-            const bool ratioOk = module.ratio() >= 0.95;
-            const bool cpuOk = surface.procMsPerFrame() > 0 && module.procMsPerFrame() <= surface.procMsPerFrame();
-            const bool delayOk = module.delayMed < 2 * frameMs && module.delayP99 < 4 * frameMs;
-            std::printf("  targets: painted/offered >= 0.95 %s; process CPU per painted frame <= one surface "
-                        "(%.2fx) %s; delay median < %.0f ms and p99 < %.0f ms %s\n",
-                        ratioOk ? "met" : "MISSED",
-                        surface.procMsPerFrame() > 0 ? module.procMsPerFrame() / surface.procMsPerFrame() : 0.0,
-                        cpuOk ? "met" : "MISSED", 2 * frameMs, 4 * frameMs, delayOk ? "met" : "MISSED");
+        if (wanted("painter")) {
+            painter = runOneWidget<PainterGallery>(QStringLiteral("libyuv+QPainter"), plans, seconds);
+            printRow(painter);
         }
+        if (wanted("gl"))
+            printModuleCounts(gl);
+        if (wanted("raster"))
+            printModuleCounts(raster);
+        if (!all) {
+            std::fflush(stdout);
+            continue;
+        }
+        const double frameMs = 1000.0 / kFps;
+        const double glVsSurface = surface.procMsPerFrame() > 0 ? gl.procMsPerFrame() / surface.procMsPerFrame() : 0;
+        std::printf("  gl targets: painted/offered >= 0.95 %s; CPU per painted frame <= one surface (%.2fx) %s; "
+                    "delay median < %.0f ms and p99 < %.0f ms %s\n",
+                    verdict(gl.ratio() >= 0.95), glVsSurface, verdict(glVsSurface > 0 && glVsSurface <= 1.0),
+                    2 * frameMs, 4 * frameMs, verdict(gl.delayMed < 2 * frameMs && gl.delayP99 < 4 * frameMs));
+        const double cpu = procShare(painter) > 0 ? procShare(raster) / procShare(painter) : 0;
+        const double perFrame = painter.procMsPerFrame() > 0 ? raster.procMsPerFrame() / painter.procMsPerFrame() : 0;
+        std::printf("  raster against libyuv+QPainter: process CPU %.2fx, CPU per painted frame %.2fx; targets: ",
+                    cpu, perFrame);
+        if (index == 1)
+            std::printf("painted/offered >= 0.99 %s, CPU <= 1.3x %s, delay median <= 5 ms %s, p99 <= 20 ms %s\n",
+                        verdict(raster.ratio() >= 0.99), verdict(cpu > 0 && cpu <= 1.3), verdict(raster.delayMed <= 5),
+                        verdict(raster.delayP99 <= 20));
+        else if (index == 3)
+            std::printf("CPU <= 1.3x %s\n", verdict(cpu > 0 && cpu <= 1.3));
+        else
+            std::printf("none set\n");
         std::fflush(stdout);
     }
     std::printf("  (GL renderer: %s. proc: CPU of this process per second of wall time, llvmpipe's threads "

@@ -20,11 +20,6 @@ double clockSeconds(clockid_t clock)
     return double(ts.tv_sec) + double(ts.tv_nsec) * 1e-9;
 }
 
-inline uint8_t clamp8(int v)
-{
-    return uint8_t(v < 0 ? 0 : (v > 255 ? 255 : v));
-}
-
 } // namespace
 
 qint64 nowNs()
@@ -91,29 +86,6 @@ FrameTag readTag(const uint8_t* picture)
     std::memcpy(&who, picture + 8, 8);
     tag.participant = int(who);
     return tag;
-}
-
-void i420ToRgb32(const uint8_t* planes, int stride, int width, int height, uchar* rgb, int rgbStride)
-{
-    // Chroma planes where the tile reads them: stride/2 wide, at stride*h and stride*h*5/4.
-    const uint8_t* U = planes + qint64(stride) * height;
-    const uint8_t* V = planes + qint64(stride) * height * 5 / 4;
-    const int cstride = stride / 2;
-    for (int y = 0; y < height; ++y) {
-        const uint8_t* Y = planes + qint64(y) * stride;
-        const uint8_t* u = U + qint64(y / 2) * cstride;
-        const uint8_t* v = V + qint64(y / 2) * cstride;
-        auto* out = reinterpret_cast<quint32*>(rgb + qint64(y) * rgbStride);
-        for (int x = 0; x < width; ++x) {
-            const int c = 298 * (Y[x] - 16);
-            const int d = u[x / 2] - 128;
-            const int e = v[x / 2] - 128;
-            const uint8_t r = clamp8((c + 459 * e + 128) >> 8);
-            const uint8_t g = clamp8((c - 55 * d - 136 * e + 128) >> 8);
-            const uint8_t b = clamp8((c + 541 * d + 128) >> 8);
-            out[x] = 0xFF000000u | (quint32(r) << 16) | (quint32(g) << 8) | b;
-        }
-    }
 }
 
 // ---------------------------------------------------------------------------

@@ -40,10 +40,6 @@ struct FrameTag {
 void writeTag(uint8_t* picture, const FrameTag& tag);
 FrameTag readTag(const uint8_t* picture);
 
-// Converts one tightly packed I420 picture (rows of `stride` luma bytes) to
-// 32-bit RGB, BT.709 limited range, as the tile's shader does.
-void i420ToRgb32(const uint8_t* planes, int stride, int width, int height, uchar* rgb, int rgbStride);
-
 // Counts of one run. Interface thread only. Frames count when they were sent
 // inside the measured window, compositions when they happen inside it.
 class PaintStats

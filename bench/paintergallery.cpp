@@ -4,6 +4,8 @@
 
 #include <QPaintEvent>
 #include <QPainter>
+#include <libyuv/convert_argb.h>
+#include <libyuv/scale.h>
 
 PainterGallery::PainterGallery(const QVector<kxbench::TilePlan>& tiles, kxbench::PaintStats* stats, QWidget* parent)
     : QWidget(parent)
@@ -50,16 +52,26 @@ void PainterGallery::paintEvent(QPaintEvent* event)
         {
             QMutexLocker lock(&t.mutex);
             if (t.fresh) {
-                if (t.rgb.width() != t.alignedWidth || t.rgb.height() != t.height)
-                    t.rgb = QImage(t.alignedWidth, t.height, QImage::Format_RGB32);
-                kxbench::i420ToRgb32(t.buffer.data(), t.alignedWidth, t.alignedWidth, t.height, t.rgb.bits(),
-                                     t.rgb.bytesPerLine());
+                const int w = t.plan.video.width(), h = t.plan.video.height(), cw = (w + 1) / 2;
+                if (t.rgb.size() != t.plan.video.size())
+                    t.rgb = QImage(w, h, QImage::Format_RGB32);
+                t.scaled.resize(size_t(w) * h + 2 * size_t(cw) * ((h + 1) / 2));
+                const uint8_t* y = t.buffer.data();
+                const uint8_t* u = y + qint64(t.alignedWidth) * t.height;
+                const uint8_t* v = y + qint64(t.alignedWidth) * t.height * 5 / 4;
+                uint8_t* sy = t.scaled.data();
+                uint8_t* su = sy + size_t(w) * h;
+                uint8_t* sv = su + size_t(cw) * ((h + 1) / 2);
+                libyuv::I420Scale(y, t.alignedWidth, u, t.alignedWidth / 2, v, t.alignedWidth / 2, t.alignedWidth,
+                                  t.height, sy, w, su, cw, sv, cw, w, h, libyuv::kFilterBilinear);
+                libyuv::I420ToARGBMatrix(sy, w, su, cw, sv, cw, t.rgb.bits(), int(t.rgb.bytesPerLine()),
+                                         &libyuv::kYuvH709Constants, w, h);
                 t.fresh = false;
                 drawn.append(kxbench::readTag(t.buffer.data()));
             }
         }
         if (!t.rgb.isNull())
-            painter.drawImage(t.plan.video, t.rgb);
+            painter.drawImage(t.plan.video.topLeft(), t.rgb);
     }
     painter.end();
     // The backing store is flushed to the screen right after this paint.

@@ -1,5 +1,6 @@
-// The reference without OpenGL: one plain widget for the whole gallery that
-// converts each new picture to RGB on the CPU and draws it with QPainter.
+// The reference without OpenGL: one plain widget for the whole gallery; libyuv
+// scales each new picture to its tile and converts it to RGB (BT.709), and
+// QPainter draws the result unscaled, only the tiles whose picture changed.
 #ifndef KX_BENCH_PAINTERGALLERY_H
 #define KX_BENCH_PAINTERGALLERY_H
 
@@ -37,6 +38,7 @@ private:
         int alignedWidth = 0;
         int height = 0;
         bool fresh = false;
+        std::vector<uint8_t> scaled;
         QImage rgb;
     };
     std::vector<std::unique_ptr<Tile>> m_tiles;

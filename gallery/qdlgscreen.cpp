@@ -98,12 +98,7 @@ QDlgScreen::QDlgScreen(QWidget* parent)
 
 QDlgScreen::~QDlgScreen()
 {
-    if (m_iCheckTimerId)
-        killTimer(m_iCheckTimerId);
-    m_iCheckTimerId = 0;
-    if (m_iVideoMuteTimerId)
-        killTimer(m_iVideoMuteTimerId);
-    m_iVideoMuteTimerId = 0;
+    stopTimers();
     releasePlayWidget();
     // Its tiles' records go with the gallery; the filter must not see the
     // window's last events after this point.
@@ -197,6 +192,16 @@ void QDlgScreen::drainQueued()
     }
 }
 
+void QDlgScreen::stopTimers()
+{
+    if (m_iCheckTimerId)
+        killTimer(m_iCheckTimerId);
+    m_iCheckTimerId = 0;
+    if (m_iVideoMuteTimerId)
+        killTimer(m_iVideoMuteTimerId);
+    m_iVideoMuteTimerId = 0;
+}
+
 void QDlgScreen::retire()
 {
     if (m_bRetired)
@@ -204,12 +209,7 @@ void QDlgScreen::retire()
     KXLOG << "[ScreenMod]gallery retired:" << static_cast<void*>(this);
     m_bRetired = true;
     m_pending.takeAll();
-    if (m_iCheckTimerId)
-        killTimer(m_iCheckTimerId);
-    m_iCheckTimerId = 0;
-    if (m_iVideoMuteTimerId)
-        killTimer(m_iVideoMuteTimerId);
-    m_iVideoMuteTimerId = 0;
+    stopTimers();
     m_pSpeakerTimer->stop();
     m_bPicInPicOwnChange = true;
     m_pPicInPic->hide();

@@ -314,6 +314,7 @@ private:
     // gallery's state and reports its controls' clicks here.
     void adoptTile(CPlayWidget* tile);
     void drainQueued();
+    void stopTimers(); // the check and video-mute timers
     // Brings every share kept for the external screen into the gallery, and
     // the other way (true when any went).
     void takeBackExtShares();

@@ -45,6 +45,7 @@ struct KxApi
     PFN_KXScreen_ChangePrimaryScreen ChangePrimaryScreen = nullptr;
     PFN_KXScreen_AddSentence AddSentence = nullptr;
     PFN_KXScreen_OpenSubtitle OpenSubtitle = nullptr;
+    PFN_KXScreen_GetRenderer GetRenderer = nullptr;
     PFN_KXScreenExt_Open ExtOpen = nullptr;
     PFN_KXScreenExt_Close ExtClose = nullptr;
     PFN_KXScreenExt_IsOpen ExtIsOpen = nullptr;
@@ -102,6 +103,7 @@ struct KxApi
         get(ChangePrimaryScreen, "KXScreen_ChangePrimaryScreen");
         get(AddSentence, "KXScreen_AddSentence");
         get(OpenSubtitle, "KXScreen_OpenSubtitle");
+        get(GetRenderer, "KXScreen_GetRenderer");
         get(ExtOpen, "KXScreenExt_Open");
         get(ExtClose, "KXScreenExt_Close");
         get(ExtIsOpen, "KXScreenExt_IsOpen");

@@ -213,6 +213,7 @@ public:
         }
         m_api.MoveWindow(m_screen, m_area->rect(), KXSCREEN_MOVE_SHOW);
         m_api.SetCurMode(m_screen, m_opt.mode);
+        m_counters.renderer = QString::fromLatin1(m_api.GetRenderer());
         return true;
     }
 

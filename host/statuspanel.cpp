@@ -5,7 +5,6 @@
 #include <QHeaderView>
 #include <QJsonArray>
 #include <QLabel>
-#include <QOpenGLWidget>
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
@@ -88,6 +87,15 @@ QString Mpxps(double pixels)
 double ratio(double naive, double actual)
 {
     return actual > 0 ? naive / actual : 0;
+}
+
+QString rendererText(const QString& renderer)
+{
+    if (renderer == QLatin1String("gl"))
+        return StatusPanel::tr("with OpenGL (gl)");
+    if (renderer == QLatin1String("raster"))
+        return StatusPanel::tr("on the CPU (raster)");
+    return renderer;
 }
 
 QString kindText(const Participant* p)
@@ -175,7 +183,8 @@ void StatusPanel::refresh()
     QString msgs;
     for (auto it = m_counters.messages.cbegin(); it != m_counters.messages.cend(); ++it)
         msgs += QStringLiteral("%1 <i>%2</i>: %3<br>").arg(it.key()).arg(messageName(it.key())).arg(it.value());
-    m_totals->setText(tr("<b>Received</b> %1, %2 decoded<br><b>Pulling every large stream</b> %3, %4<br>"
+    m_totals->setText(tr("<b>Video drawn</b> %10<br>"
+                         "<b>Received</b> %1, %2 decoded<br><b>Pulling every large stream</b> %3, %4<br>"
                          "<b>Saved</b> %5\u00d7 the bytes, %6\u00d7 the pixels<br>"
                          "<b>Frames</b> shown %7, refused %8<br><b>Messages received</b><br>%9")
                           .arg(kBps(total.bytes), Mpxps(total.pixels), kBps(total.naiveBytes), Mpxps(total.naivePixels))
@@ -183,7 +192,8 @@ void StatusPanel::refresh()
                           .arg(ratio(total.naivePixels, total.pixels), 0, 'f', 1)
                           .arg(delivered)
                           .arg(refused)
-                          .arg(msgs.isEmpty() ? tr("none yet") : msgs));
+                          .arg(msgs.isEmpty() ? tr("none yet") : msgs)
+                          .arg(rendererText(m_counters.renderer)));
 }
 
 QJsonObject hostReport(const Meeting& meeting, const HostCounters& counters, int mode, QWidget* window,
@@ -191,6 +201,7 @@ QJsonObject hostReport(const Meeting& meeting, const HostCounters& counters, int
 {
     QJsonObject r;
     r[QStringLiteral("elapsedMs")] = double(nowMs);
+    r[QStringLiteral("renderer")] = counters.renderer;
     r[QStringLiteral("mode")] = mode;
     r[QStringLiteral("lastPageTurnMs")] = double(counters.lastPageTurnMs);
     int joined = 0;
@@ -268,8 +279,9 @@ QJsonObject hostReport(const Meeting& meeting, const HostCounters& counters, int
     // need for it). A screenshot check samples inside these rectangles.
     QJsonArray tiles;
     if (gallery && window) {
-        for (const QOpenGLWidget* tile : gallery->findChildren<QOpenGLWidget*>()) {
-            if (!tile->isVisible() || tile->window() != window || tile->width() < 8 || tile->height() < 8)
+        for (const QWidget* tile : gallery->findChildren<QWidget*>()) {
+            if (!tile->inherits("CPlayWidget") || !tile->isVisible() || tile->window() != window || tile->width() < 8
+                || tile->height() < 8)
                 continue;
             const QRect g(tile->mapTo(window, QPoint(0, 0)), tile->size());
             tiles.append(QJsonArray{g.x(), g.y(), g.width(), g.height()});
@@ -290,6 +302,7 @@ QString summaryText(const QJsonObject& r)
              .arg(r.value(QStringLiteral("withVideo")).toInt())
              .arg(r.value(QStringLiteral("invited")).toInt())
              .arg(r.value(QStringLiteral("sharing")).toBool() ? QStringLiteral(", sharing a screen") : QString());
+    s += QStringLiteral("video drawn by the renderer: %1\n").arg(r.value(QStringLiteral("renderer")).toString());
     s += QStringLiteral("layout mode: %1, video tiles on screen: %2\n")
              .arg(r.value(QStringLiteral("mode")).toInt())
              .arg(r.value(QStringLiteral("tiles")).toArray().size());

@@ -17,6 +17,7 @@ struct HostCounters
 {
     QMap<unsigned int, int> messages; // notifications received, by code
     qint64 lastPageTurnMs = -1;       // host clock of the last page turn we asked for
+    QString renderer;                 // how the module draws video: "gl" or "raster"
 };
 
 class StatusPanel : public QWidget

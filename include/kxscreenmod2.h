@@ -378,13 +378,21 @@ KXSCREEN_API int KXScreen_ClearSubtitles(void* hScreen);
 /* [any thread] Shows (true) or hides (false) the band; it starts hidden. Hidden, the gallery keeps
  * taking sentences in and letting them expire, so that opening shows what is being said now. */
 KXSCREEN_API int KXScreen_OpenSubtitle(void* hScreen, bool bOpen);
-/* [any thread] Scale factors of the primary and the other screen. */
+/* [any thread] Scale factors of the primary and the other screen, kept as given. Video needs no call:
+ * it is drawn at the pixel ratio of the screen its window is on, and follows a window to another screen. */
 KXSCREEN_API int KXScreen_SetDPIs(void* hScreen, double dpi1, double dpi2);
 /* [any thread] Light skin on or off. No handle check: call it before KXScreen_Init so that the
  * gallery starts in that skin. */
 KXSCREEN_API int KXScreen_SetIsNewSkin(void* hScreen, bool bNewSkin);
 /* [any thread] The meeting room window was minimised or restored. No handle check. */
 KXSCREEN_API int KXScreen_SetMeetingRoomMinimized(void* hScreen, bool bMinimized);
+/* [any thread] An addition of this module: how the process draws video, "gl" (OpenGL) or "raster"
+ * (on the CPU, no OpenGL widget in the window). Chosen once per process, at the first KXScreen_Init:
+ * KX_RENDERER=auto|gl|raster in the environment, else "renderer=" in the [version] section of
+ * the settings file, else auto: "raster" where the OpenGL renderer is a software rasteriser or no
+ * OpenGL context can be made, "gl" otherwise. Called before that choice from another thread than
+ * the interface thread, it answers what KX_RENDERER forces, else "gl". */
+KXSCREEN_API const char* KXScreen_GetRenderer(void);
 
 #ifdef __cplusplus
 } /* extern "C" */
@@ -448,6 +456,7 @@ typedef int (*PFN_KXScreen_OpenSubtitle)(void*, bool);
 typedef int (*PFN_KXScreen_SetDPIs)(void*, double, double);
 typedef int (*PFN_KXScreen_SetIsNewSkin)(void*, bool);
 typedef int (*PFN_KXScreen_SetMeetingRoomMinimized)(void*, bool);
+typedef const char* (*PFN_KXScreen_GetRenderer)(void);
 typedef int (*PFN_KXScreenExt_Open)(void*, int);
 typedef int (*PFN_KXScreenExt_Close)(void*);
 typedef int (*PFN_KXScreenExt_IsOpen)(void*);

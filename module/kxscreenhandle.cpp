@@ -173,6 +173,13 @@ ScreenUse::~ScreenUse()
         settleLater(m_h);
 }
 
+void forgetReleasedPlay(void* hPlay)
+{
+    std::lock_guard<std::mutex> lock(g_handlesLock);
+    for (KXScreenHandle* h : qAsConst(handles()))
+        h->eraseDelPlay(hPlay);
+}
+
 KXScreenHandle* createScreenHandle(KXScreenMsgCallback callback, QDlgMain* dlg)
 {
     auto* h = new KXScreenHandle;

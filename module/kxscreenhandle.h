@@ -72,6 +72,10 @@ private:
     KXScreenHandle* m_h = nullptr;
 };
 
+// A new play handle took this address: no gallery's list of released play
+// handles names it any more (another gallery may have released a handle that
+// lived there; its entry would make that gallery take the new one for its old).
+void forgetReleasedPlay(void* hPlay);
 // Issues a new handle for a gallery in dlg (interface thread).
 KXScreenHandle* createScreenHandle(KXScreenMsgCallback callback, QDlgMain* dlg);
 // A handle the module issued whose gallery is usable: not released, its

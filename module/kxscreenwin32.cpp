@@ -21,6 +21,7 @@
 #include "qdlgscreen.h"
 #include "qkxscreenconfig.h"
 #include "sentencestore.h"
+#include "tilerenderer.h"
 #include "videoframe.h"
 
 #include <QApplication>
@@ -140,6 +141,9 @@ void* KXScreen_Init(QWidget* parent, const char* baseDir, KXScreenMsgCallback ca
             KXWARN << "[ScreenMod]KXScreen_Init must be called on the interface thread of a QApplication";
             return nullptr;
         }
+        // How tiles draw is chosen once per process, before the first tile.
+        const QString dir = fromUtf8(baseDir);
+        kxtilerender::choose([&dir]() { return QKXScreenConfig::rendererSetting(dir); });
         auto* dlg = new QDlgMain(parent);
         KXScreenHandle* h = createScreenHandle(callback, dlg);
         dlg->show();
@@ -208,6 +212,7 @@ void* KXScreen_AddPerson(void* hScreen, char* userID, char* extra, char* userNam
         hdl->userName = nameFromUtf8(userName);
         if (use.handle()->eraseDelPlay(hdl))
             KXLOG << "iter != pScreen->mapHadDelPlay.end()";
+        forgetReleasedPlay(hdl);
         QDlgScreen* screen = use.screen();
         auto* record = static_cast<tagPersonInfo*>(screen->AddMeetingPerson(
             hdl->userID, fromLocal(extra), hdl->userName, joinTime, iExtra, pUserData, iStatus));
@@ -623,8 +628,8 @@ int KXScreen_SetDPIs(void* hScreen, double dpi1, double dpi2)
         ScreenUse use(hScreen);
         if (!checkScreen(use, "KXScreen_SetDPIs", hScreen))
             return 0;
-        // The factors scale pixel lengths: only a finite, positive factor
-        // that a screen can have is taken.
+        // Kept for the host's sake (tiles draw at the pixel ratio of the screen
+        // they are on): only a finite, positive factor that a screen can have is taken.
         const auto plausible = [](double d) { return std::isfinite(d) && d > 0.0 && d <= 16.0; };
         if (!plausible(dpi1) || !plausible(dpi2)) {
             KXLOG << "[ScreenMod]KXScreen_SetDPIs refused: a factor is not between 0 and 16";
@@ -665,6 +670,11 @@ int KXScreen_SetMeetingRoomMinimized(void* hScreen, bool bMinimized)
             kxsync::post(config(), []() { roomMinimizedToEveryGallery(); });
         return 1;
     });
+}
+
+const char* KXScreen_GetRenderer(void)
+{
+    return guarded<const char*>("KXScreen_GetRenderer", "gl", []() { return kxtilerender::currentName(); });
 }
 
 // ---------------------------------------------------------------------------

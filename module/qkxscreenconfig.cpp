@@ -155,6 +155,14 @@ void QKXScreenConfig::loadSettingsNow()
     KXLOG << "qstrIniFile:" << iniFile << "bShowRes:" << showRes;
 }
 
+QString QKXScreenConfig::rendererSetting(const QString& baseDir)
+{
+    const QString iniFile = baseDir + QStringLiteral("/user_data/sys_ver.ini");
+    if (!QFileInfo(iniFile).isFile())
+        return QString();
+    return QSettings(iniFile, QSettings::IniFormat).value(QStringLiteral("version/renderer")).toString();
+}
+
 void QKXScreenConfig::addCallback(CAbsUIMsgCallback* cb)
 {
     if (!cb)

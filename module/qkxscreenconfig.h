@@ -50,6 +50,9 @@ public:
     // The same read, on the calling thread (used by the detached thread).
     void loadSettingsNow();
     bool cacheEveryFrame() const { return m_bCacheFrame.load(); }
+    // The file's "version/renderer" (how tiles draw), read at once: that is
+    // chosen before the first tile exists, and once per process.
+    static QString rendererSetting(const QString& baseDir);
     bool showResolution() const { return m_bShowResolution.load(); }
 
     // --- host callbacks -------------------------------------------------------

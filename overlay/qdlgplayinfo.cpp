@@ -409,7 +409,7 @@ void QDlgPlayInfo::rebuild()
     } else {
         m_pBtnRecall->hide();
     }
-    update();
+    redraw();
 }
 
 // ---------------------------------------------------------------------------
@@ -449,7 +449,7 @@ void QDlgPlayInfo::onNetWeakTimeout()
             rebuild();
         }
     }
-    update();
+    redraw();
     m_pNetWeakLoading->hide();
 }
 
@@ -490,6 +490,19 @@ void QDlgPlayInfo::resizeEvent(QResizeEvent* event)
 {
     QWidget::resizeEvent(event);
     rebuild();
+}
+
+void QDlgPlayInfo::setCacheContent(bool on)
+{
+    m_bCacheContent = on;
+    m_content = QImage();
+    redraw();
+}
+
+void QDlgPlayInfo::redraw()
+{
+    m_bContentDirty = true;
+    update();
 }
 
 QPixmap QDlgPlayInfo::headPixmap(const QImage& image, int d)
@@ -576,7 +589,55 @@ void QDlgPlayInfo::paintPlaceholder(QPainter& painter)
 
 void QDlgPlayInfo::paintEvent(QPaintEvent* event)
 {
-    Q_UNUSED(event);
+    if (!m_bCacheContent) {
+        QPainter painter(this);
+        paintContent(painter);
+        return;
+    }
+    const qreal dpr = devicePixelRatioF();
+    if (m_bContentDirty || m_content.size() != size() * dpr || !qFuzzyCompare(m_content.devicePixelRatio(), dpr)) {
+        m_content = QImage(size() * dpr, QImage::Format_ARGB32_Premultiplied);
+        m_content.setDevicePixelRatio(dpr);
+        m_content.fill(Qt::transparent);
+        QPainter painter(&m_content);
+        paintContent(painter);
+        m_contentRegion = contentRegion();
+        m_bContentDirty = false;
+    } else {
+        ++m_iComposeCount;
+    }
+    QPainter painter(this);
+    for (const QRect& r : event->region() & m_contentRegion)
+        painter.drawImage(r, m_content, QRectF(r.x() * dpr, r.y() * dpr, r.width() * dpr, r.height() * dpr));
+}
+
+QRegion QDlgPlayInfo::contentRegion() const
+{
+    if (!livePerson())
+        return QRegion();
+    if (m_view.placeholder || !m_view.watermark.isEmpty() || m_view.paused || m_view.sharingBanner)
+        return rect();
+    const kxoverlay::PlayInfoLayout& L = m_view.layout;
+    QRegion r;
+    // A pixel around each shape, for its antialiased edge.
+    auto add = [&r](const QRect& shape) {
+        if (!shape.isEmpty())
+            r += shape.adjusted(-1, -1, 1, 1);
+    };
+    for (const kxoverlay::PlayInfoBadge& b : L.badges)
+        add(b.rect);
+    add(L.plate);
+    add(L.resolution);
+    add(L.status);
+    if (m_view.speaking) {
+        const int w = qMax(2, L.margin * 3 / 4) + 1;
+        r += QRegion(rect()) - rect().adjusted(w, w, -w, -w);
+    }
+    return r & rect();
+}
+
+void QDlgPlayInfo::paintContent(QPainter& painter)
+{
     ++m_iPaintCount;
     const tagPersonInfo* p = livePerson();
     // The network area's one moving part: decided on every paint from the
@@ -590,7 +651,6 @@ void QDlgPlayInfo::paintEvent(QPaintEvent* event)
         return;
     }
 
-    QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
     const kxoverlay::PlayInfoLayout& L = m_view.layout;

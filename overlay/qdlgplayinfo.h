@@ -8,6 +8,7 @@
 #include <QPixmap>
 #include <QPoint>
 #include <QRect>
+#include <QRegion>
 #include <QStringList>
 #include <QWidget>
 
@@ -63,6 +64,12 @@ public:
     void setVideoState(bool bNoVideo, bool bForce);
     bool isNoVideo() const;
 
+    // Keep what is drawn in an image and paint from it while nothing shown
+    // changes. Over a tile that paints on the CPU every new picture repaints
+    // the overlay above it too; its content then only has to be laid over the
+    // picture again, not drawn.
+    void setCacheContent(bool on);
+
     // The participant's name (empty when nothing is attached).
     QString displayName() const;
     // Drops the images shared by every overlay (the last participant has left).
@@ -96,7 +103,10 @@ public:
     QColor discColor() const { return m_view.disc; }
     QStringList badgeIcons() const;
     const kxoverlay::PlayInfoLayout& layout() const { return m_view.layout; }
+    // Paints that drew the content, and paints that only laid kept content
+    // over a new picture (setCacheContent).
     int paintCount() const { return m_iPaintCount; }
+    int composeCount() const { return m_iComposeCount; }
 
 signals:
     // A control of the overlay was clicked for this participant: the
@@ -163,6 +173,11 @@ private:
     // Shows, moves or hides the weak-network spinner for the record as it is now.
     void syncSpinner(const tagPersonInfo* person);
     static bool wantsSpinner(const tagPersonInfo* person);
+    // Repaints because what is shown changed.
+    void redraw();
+    void paintContent(QPainter& painter);
+    // Where paintContent drew: the pixels a kept image has to lay again.
+    QRegion contentRegion() const;
     QPixmap headPixmap(const QImage& image, int d);
     void paintPlaceholder(QPainter& painter);
     void paintWatermark(QPainter& painter);
@@ -187,6 +202,11 @@ private:
     qreal m_headDpr = 0;
     QPixmap m_headPixmap;
     int m_iPaintCount = 0;
+    int m_iComposeCount = 0;
+    bool m_bCacheContent = false;
+    bool m_bContentDirty = true;
+    QImage m_content;
+    QRegion m_contentRegion;
 };
 
 #endif

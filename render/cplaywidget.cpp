@@ -6,51 +6,20 @@
 #include "personinfo.h"
 #include "qdlgplayinfo.h"
 #include "qkxscreenconfig.h"
+#include "tileglsurface.h"
+#include "tilerenderer.h"
 #include "videoframe.h"
 
-#include <QApplication>
-#include <QDateTime>
-#include <QDesktopWidget>
 #include <QMouseEvent>
+#include <QPaintEvent>
+#include <QPainter>
 #include <QTimer>
+#include <QtMath>
 #include <cstdlib>
 #include <cstring>
 #include <new>
 
 namespace {
-
-const char* const kVertexShader =
-    "attribute vec4 vertexIn; attribute vec2 textureIn; varying vec2 textureOut; "
-    "void main(void) { gl_Position = vertexIn; textureOut = textureIn; }";
-
-// BT.709 limited range; the row vector (Y, U, V, 1) times the matrix gives RGB,
-// with the offsets folded into the fourth column.
-const char* const kFragmentShader =
-    "#ifdef GL_ES\n"
-    " precision mediump float; \n"
-    " #endif\n"
-    " varying vec2 textureOut; uniform sampler2D tex_y; uniform sampler2D tex_u; "
-    "uniform sampler2D tex_v; const mat4 YUV2RGB = mat4( 1.1643835616, 0, 1.7927410714, "
-    "-0.9729450750, 1.1643835616, -0.2132486143, -0.5329093286, 0.3014826655, "
-    "1.1643835616, 2.1124017857, 0, -1.1334022179, 0, 0, 0, 1); void main(void) { "
-    "vec3 yuv; yuv.x = texture2D(tex_y, textureOut).r; yuv.y = texture2D(tex_u, "
-    "textureOut).r; yuv.z = texture2D(tex_v, textureOut).r; gl_FragColor = vec4(yuv, "
-    "1.0) * YUV2RGB; }";
-
-// Client-side arrays: they must outlive every draw, hence static storage.
-const GLfloat kVertices[] = {
-    -1.0f, -1.0f,
-     1.0f, -1.0f,
-    -1.0f,  1.0f,
-     1.0f,  1.0f,
-};
-// Flipped vertically, so that row 0 of the buffer is the top of the picture.
-const GLfloat kTexCoords[] = {
-    0.0f, 1.0f,
-    1.0f, 1.0f,
-    0.0f, 0.0f,
-    1.0f, 0.0f,
-};
 
 bool isDeletedPerson(tagPersonInfo* person)
 {
@@ -62,16 +31,19 @@ std::atomic<CPlayWidget::PaintObserver> g_paintObserver{nullptr};
 } // namespace
 
 CPlayWidget::CPlayWidget(QWidget* parent)
-    : QOpenGLWidget(parent, Qt::WindowFlags())
-    , m_textureY(QOpenGLTexture::Target2D)
-    , m_textureU(QOpenGLTexture::Target2D)
-    , m_textureV(QOpenGLTexture::Target2D)
+    : QWidget(parent, Qt::WindowFlags())
 {
+    if (kxtilerender::current() == kxrender::Renderer::Gl)
+        m_pSurface = new TileGLSurface(this);
+    else
+        setAttribute(Qt::WA_OpaquePaintEvent); // every pixel is painted: the picture and black bars
     setGeometry(0, 0, 1, 1);
     hide();
+    // Made after the surface, so that it lies above it.
     m_pPlayInfo = new QDlgPlayInfo(this);
-    if (QWidget* win = window())
-        m_iDevicePixelRatio = win->devicePixelRatio();
+    // Over a tile that paints on the CPU, every new picture repaints what
+    // lies above it.
+    m_pPlayInfo->setCacheContent(isRaster());
 
     // Automatic connections: emissions from the host's thread are queued to
     // the GUI thread, where the tile lives.
@@ -84,24 +56,8 @@ CPlayWidget::CPlayWidget(QWidget* parent)
 
 CPlayWidget::~CPlayWidget()
 {
-    // The base class destroys the context after this body: the handler of its
-    // end must not run on a tile that is half gone.
-    if (QOpenGLContext* ctx = context())
-        disconnect(ctx, nullptr, this, nullptr);
-    releaseGL();
-}
-
-void CPlayWidget::releaseGL()
-{
-    if (!context())
-        return;
-    makeCurrent();
-    m_textureY.destroy();
-    m_textureU.destroy();
-    m_textureV.destroy();
-    delete m_program;
-    m_program = nullptr;
-    doneCurrent();
+    // Before the members it paints from go.
+    delete m_pSurface;
 }
 
 // ---------------------------------------------------------------------------
@@ -150,12 +106,13 @@ void CPlayWidget::setPersonData(void* person, bool bFlag)
     }
 
     // A shared screen may be confidential: do not leave its last picture up.
-    // A tile that was never shown has no GL context and nothing to clear.
-    if (!newPerson && wasShare && isValid()) {
-        makeCurrent();
-        glClearColor(0, 0, 0, 1);
-        glClear(GL_COLOR_BUFFER_BIT);
-        doneCurrent();
+    if (!newPerson && wasShare) {
+        if (m_pSurface) {
+            m_pSurface->clearToBlack();
+        } else {
+            m_image = QImage();
+            update();
+        }
     }
 }
 
@@ -364,7 +321,7 @@ void CPlayWidget::repaintIfKeptOutOfDate()
     // picture on screen is the one a hide and show would have drawn, without
     // a paint that uploads nothing new and a composition of the window.
     if (isVisible() && isPictureOutOfDate())
-        update();
+        requestPaint();
 }
 
 bool CPlayWidget::isPictureOutOfDate() const
@@ -375,17 +332,17 @@ bool CPlayWidget::isPictureOutOfDate() const
 
 void CPlayWidget::hide()
 {
-    QOpenGLWidget::hide();
+    QWidget::hide();
 }
 
 void CPlayWidget::setGeometry(int x, int y, int w, int h)
 {
-    QOpenGLWidget::setGeometry(x, y, w, h);
+    QWidget::setGeometry(x, y, w, h);
 }
 
 void CPlayWidget::setGeometry(const QRect& rect)
 {
-    QOpenGLWidget::setGeometry(rect);
+    QWidget::setGeometry(rect);
 }
 
 QDlgPlayInfo* CPlayWidget::playInfo() const
@@ -448,7 +405,7 @@ void CPlayWidget::onRender()
     if (isChangeTag())
         return;
     m_bCanRender = true;
-    update();
+    requestPaint();
     m_pPlayInfo->setVideoState(false, false);
 }
 
@@ -503,7 +460,7 @@ void CPlayWidget::delayResetChangeTag()
 bool CPlayWidget::event(QEvent* e)
 {
     // Notices posted from the host's threads (fromAnyThread) run here.
-    return kxsync::handle(e) || QOpenGLWidget::event(e);
+    return kxsync::handle(e) || QWidget::event(e);
 }
 
 void CPlayWidget::timerEvent(QTimerEvent* event)
@@ -519,7 +476,7 @@ void CPlayWidget::mousePressEvent(QMouseEvent* event)
         m_pClickTimer->start(300);
         m_ptPress = event->globalPos();
     }
-    QOpenGLWidget::mousePressEvent(event);
+    QWidget::mousePressEvent(event);
 }
 
 void CPlayWidget::mouseDoubleClickEvent(QMouseEvent* event)
@@ -542,56 +499,24 @@ void CPlayWidget::mouseMoveEvent(QMouseEvent* event)
     const int dy = std::abs(pos.y() - m_ptPress.y());
     if (dx > 5 || dy > 5)
         m_pClickTimer->stop();
-    QOpenGLWidget::mouseMoveEvent(event);
+    QWidget::mouseMoveEvent(event);
 }
 
 // ---------------------------------------------------------------------------
-// OpenGL
+// Drawing
 // ---------------------------------------------------------------------------
 
-void CPlayWidget::initializeGL()
+void CPlayWidget::resizeEvent(QResizeEvent* event)
 {
-    // Called for every new context: the first one, and the one the tile gets
-    // when the gallery moves to another window (the old context goes, and the
-    // GL objects made in it go first).
-    connect(context(), &QOpenGLContext::aboutToBeDestroyed, this, [this]() { releaseGL(); });
-    initializeOpenGLFunctions();
-    glEnable(GL_DEPTH_TEST);
-
-    delete m_program;
-    m_program = new QOpenGLShaderProgram;
-    m_program->addShaderFromSourceCode(QOpenGLShader::Fragment, kFragmentShader);
-    m_program->addShaderFromSourceCode(QOpenGLShader::Vertex, kVertexShader);
-    m_program->bindAttributeLocation("vertexIn", 0);
-    m_program->bindAttributeLocation("textureIn", 1);
-    m_program->link();
-    m_program->bind();
-
-    m_locTexY = m_program->uniformLocation("tex_y");
-    m_locTexU = m_program->uniformLocation("tex_u");
-    m_locTexV = m_program->uniformLocation("tex_v");
-
-    glVertexAttribPointer(0, 2, GL_FLOAT, GL_FALSE, 0, kVertices);
-    glVertexAttribPointer(1, 2, GL_FLOAT, GL_FALSE, 0, kTexCoords);
-    glEnableVertexAttribArray(0);
-    glEnableVertexAttribArray(1);
-
-    m_textureY.create();
-    m_textureU.create();
-    m_textureV.create();
-
-    glClearColor(0, 0, 0, 1);
-    glClear(GL_COLOR_BUFFER_BIT);
-}
-
-void CPlayWidget::resizeGL(int w, int h)
-{
+    QWidget::resizeEvent(event);
+    if (m_pSurface)
+        m_pSurface->setGeometry(rect());
     m_pPlayInfo->move(0, 0);
-    m_pPlayInfo->setFixedSize(w, h);
-    emit notifyViewCenter(w, h);
+    m_pPlayInfo->setFixedSize(size());
+    emit notifyViewCenter(width(), height());
 }
 
-void CPlayWidget::paintGL()
+void CPlayWidget::drawPicture(qreal devicePixelRatio, const std::function<bool(const TilePicture&)>& draw)
 {
     std::lock_guard<std::recursive_mutex> lock(m_mutex);
     tagPersonInfo* p = m_pPersonInfo;
@@ -622,53 +547,104 @@ void CPlayWidget::paintGL()
         emit notifyViewCenter(width(), height());
         return;
     }
-    if (!m_bCanRender || !m_program)
+    if (!m_bCanRender)
         return;
 
-    QKXScreenConfig* config = QKXScreenConfig::getInstance();
-    const double s = QApplication::desktop()->screenNumber(this) == 0 ? config->dpi1() : config->dpi2();
-    glViewport(int(m_iDspX * s), int(m_iDspY * s), int(m_iDspWidth * s), int(m_iDspHeight * s));
-    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-    glEnable(GL_DEPTH_TEST);
-    m_program->bind();
-
-    const int yw = p->iAlignedWidth;
-    const int yh = p->iHeight;
-    const int cw = p->iAlignedWidth / 2;
-    const int ch = p->iHeight / 2;
-    const unsigned char* planeY = p->m_pBufYuv420p;
-    const unsigned char* planeU = planeY + qint64(yw) * yh;
-    const unsigned char* planeV = planeY + qint64(yw) * yh * 5 / 4;
-
-    struct Plane {
-        GLenum unit;
-        QOpenGLTexture* texture;
-        int w;
-        int h;
-        const unsigned char* data;
-    };
-    const Plane planes[] = {
-        {GL_TEXTURE0, &m_textureY, yw, yh, planeY},
-        {GL_TEXTURE1, &m_textureU, cw, ch, planeU},
-        {GL_TEXTURE2, &m_textureV, cw, ch, planeV},
-    };
-    for (const Plane& plane : planes) {
-        glActiveTexture(plane.unit);
-        glBindTexture(GL_TEXTURE_2D, plane.texture->textureId());
-        glTexImage2D(GL_TEXTURE_2D, 0, GL_RED, plane.w, plane.h, 0, GL_RED, GL_UNSIGNED_BYTE, plane.data);
-        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
-        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
-        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
-        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
-    }
-
-    glUniform1i(m_locTexY, 0);
-    glUniform1i(m_locTexU, 1);
-    glUniform1i(m_locTexV, 2);
-    glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
+    TilePicture pic;
+    pic.width = p->iAlignedWidth;
+    pic.height = p->iHeight;
+    pic.y = p->m_pBufYuv420p;
+    pic.u = pic.y + qint64(pic.width) * pic.height;
+    pic.v = pic.y + qint64(pic.width) * pic.height * 5 / 4;
+    pic.surface = size() * devicePixelRatio;
+    pic.target = kxvideo::deviceVideoRect(QRect(m_iDspX, m_iDspY, m_iDspWidth, m_iDspHeight), size(), devicePixelRatio);
+    if (!draw(pic))
+        return;
     m_pPaintedPerson = p;
     m_bNewPicture = false;
     ++m_iPaintedFrames;
     if (PaintObserver observer = g_paintObserver.load(std::memory_order_relaxed))
-        observer(this, planeY);
+        observer(this, pic.y);
+}
+
+void CPlayWidget::convertIfOutOfDate()
+{
+    const qreal dpr = devicePixelRatioF();
+    QRect target;
+    {
+        std::lock_guard<std::recursive_mutex> lock(m_mutex);
+        target = kxvideo::deviceVideoRect(QRect(m_iDspX, m_iDspY, m_iDspWidth, m_iDspHeight), size(), dpr);
+        const bool moved = !m_image.isNull() && target != m_imageRect;
+        if (!moved && !m_bNewPicture && m_pPaintedPerson == m_pPersonInfo)
+            return;
+    }
+    bool drawn = false;
+    drawPicture(dpr, [&](const TilePicture& pic) {
+        if (!m_converter.convert(pic.y, pic.width, pic.height, pic.target.size(), m_image))
+            return false;
+        m_image.setDevicePixelRatio(dpr);
+        m_imageRect = pic.target;
+        drawn = true;
+        return true;
+    });
+    // A picture that cannot be drawn again where it now goes is not left
+    // where it was: the tile shows black, as a resized GL surface does.
+    if (!drawn && m_imageRect != target)
+        m_image = QImage();
+}
+
+void CPlayWidget::requestPaint()
+{
+    if (m_pSurface) {
+        m_pSurface->update();
+        return;
+    }
+    const qreal dpr = devicePixelRatioF();
+    const QRect target = kxvideo::deviceVideoRect(videoRect(), size(), dpr);
+    if (m_image.isNull() || target != m_imageRect) {
+        update();
+        return;
+    }
+    // Only the picture changed: only its rectangle is painted and flushed.
+    update(QRectF(target.x() / dpr, target.y() / dpr, target.width() / dpr, target.height() / dpr).toAlignedRect());
+}
+
+void CPlayWidget::paintEvent(QPaintEvent* event)
+{
+    if (m_pSurface)
+        return;
+    convertIfOutOfDate();
+    QPainter painter(this);
+    QRegion bars = event->region();
+    if (!m_image.isNull()) {
+        const qreal dpr = m_image.devicePixelRatio();
+        const QRectF at(m_imageRect.x() / dpr, m_imageRect.y() / dpr, m_imageRect.width() / dpr,
+                        m_imageRect.height() / dpr);
+        // Bars are painted up to the whole pixels the picture covers; the
+        // picture is drawn over the pixels it shares with them.
+        bars -= QRect(QPoint(qCeil(at.left()), qCeil(at.top())),
+                      QPoint(qFloor(at.right()) - 1, qFloor(at.bottom()) - 1));
+        for (const QRect& r : bars)
+            painter.fillRect(r, Qt::black);
+        painter.drawImage(at.topLeft(), m_image);
+    } else {
+        for (const QRect& r : bars)
+            painter.fillRect(r, Qt::black);
+    }
+}
+
+QImage CPlayWidget::grabFramebuffer()
+{
+    if (m_pSurface)
+        return m_pSurface->grabFramebuffer();
+    convertIfOutOfDate();
+    const qreal dpr = devicePixelRatioF();
+    QImage out(size() * dpr, QImage::Format_RGB32);
+    out.fill(Qt::black);
+    if (!m_image.isNull()) {
+        QPainter painter(&out);
+        painter.drawImage(QRectF(m_imageRect), m_image, QRectF(m_image.rect()));
+    }
+    out.setDevicePixelRatio(dpr);
+    return out;
 }

@@ -1,27 +1,47 @@
 #ifndef KX_CPLAYWIDGET_H
 #define KX_CPLAYWIDGET_H
 
-#include <QOpenGLFunctions>
-#include <QOpenGLShaderProgram>
-#include <QOpenGLTexture>
-#include <QOpenGLWidget>
+#include "yuvimageconverter.h"
+
+#include <QImage>
 #include <QSize>
 #include <QPoint>
+#include <QWidget>
 #include <mutex>
 #include <QRect>
 #include <atomic>
+#include <functional>
 
 class QDlgPlayInfo;
 class QTimer;
+class TileGLSurface;
 struct tagPersonInfo;
 struct KxCloudRTCVideoFrameQT;
 
+// One picture as a paint draws it: the planes where the record holds them
+// (luma `width` x `height`, chroma half of each, truncated) and the video
+// rectangle in the device pixels of what is drawn on, rows from the top.
+struct TilePicture
+{
+    const unsigned char* y = nullptr;
+    const unsigned char* u = nullptr;
+    const unsigned char* v = nullptr;
+    int width = 0;
+    int height = 0;
+    QRect target;
+    QSize surface;
+};
+
 // One video tile: shows the I420 picture held in a participant record,
-// converted to RGB in a fragment shader and letterboxed inside the tile.
+// converted to RGB and letterboxed inside the tile. How it draws is the
+// process's choice (kxtilerender), taken when the tile is made: with OpenGL
+// (a TileGLSurface child converts in a shader) or, where OpenGL is a software
+// rasteriser, on the CPU (YuvImageConverter, once per new picture, painted
+// unscaled), so that no OpenGL widget puts the window through GL composition.
 // Frames are written into the record from the host's thread (PlayOneFrame),
 // under the frame lock and then m_mutex; painting happens on the GUI thread
 // under m_mutex only.
-class CPlayWidget : public QOpenGLWidget, protected QOpenGLFunctions
+class CPlayWidget : public QWidget
 {
     Q_OBJECT
 public:
@@ -94,6 +114,12 @@ public:
     typedef void (*PaintObserver)(CPlayWidget* tile, const unsigned char* picture);
     static void setPaintObserver(PaintObserver observer);
 
+    // True when this tile draws on the CPU, without OpenGL.
+    bool isRaster() const { return m_pSurface == nullptr; }
+    // The video as the tile draws it, bars included and the overlay left
+    // out, in device pixels. Draws the current picture first, as a paint would.
+    QImage grabFramebuffer();
+
 signals:
     void mouseLClick(CPlayWidget* widget);
     void mouseLDClick(CPlayWidget* widget);
@@ -113,27 +139,29 @@ protected:
     void mousePressEvent(QMouseEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
-    void initializeGL() override;
-    void resizeGL(int w, int h) override;
-    void paintGL() override;
+    void resizeEvent(QResizeEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
 
 private:
-    // Releases the GL objects while their context is current; they are made
-    // afresh by initializeGL in the next context.
-    void releaseGL();
+    friend class TileGLSurface;
+    // What every paint that may draw a picture does, for either way of
+    // drawing: under m_mutex and the record's buffer lock, decide whether
+    // there is a picture to draw (logging why not), hand it to draw at
+    // devicePixelRatio, and when draw drew it note what was drawn.
+    void drawPicture(qreal devicePixelRatio, const std::function<bool(const TilePicture&)>& draw);
+    // Software drawing: converts the picture into m_image when it, or where
+    // it goes on screen, changed since the last conversion.
+    void convertIfOutOfDate();
+    // Asks for a paint of what changed: the GL surface, or the tile's own
+    // picture rectangle when drawing on the CPU.
+    void requestPaint();
     // Emits a notice of this tile on the interface thread: at once there,
     // queued from a host thread.
     void fromAnyThread(void (CPlayWidget::*signal)());
     void fromAnyThread(void (CPlayWidget::*signal)(int, int));
     void repaintIfKeptOutOfDate();
 
-    int m_locTexY = 0;
-    int m_locTexU = 0;
-    int m_locTexV = 0;
-    QOpenGLTexture m_textureY;
-    QOpenGLTexture m_textureU;
-    QOpenGLTexture m_textureV;
-    QOpenGLShaderProgram* m_program = nullptr; // one per GL context, made by initializeGL
+    TileGLSurface* m_pSurface = nullptr; // null: drawn on the CPU
     int m_iDspX = 0;
     int m_iDspY = 0;
     int m_iDspWidth = 0;
@@ -145,7 +173,6 @@ private:
     QTimer* m_pClickTimer = nullptr;
     QPoint m_ptPress;
     mutable std::recursive_mutex m_mutex;
-    int m_iDevicePixelRatio = 1;
     bool m_bDumpNextFrame = false;
 
     bool m_bFocusTile = false;
@@ -158,6 +185,12 @@ private:
     // A notice from a host thread is waiting in the queue (fromAnyThread).
     std::atomic<bool> m_bNoticeQueued{false};
     std::atomic<bool> m_bSizeNoticeQueued{false};
+
+    // Software drawing, interface thread: the last picture converted and
+    // where it lies in the tile's device pixels.
+    YuvImageConverter m_converter;
+    QImage m_image;
+    QRect m_imageRect;
 };
 
 #endif

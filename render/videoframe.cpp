@@ -43,6 +43,14 @@ QRect fitVideo(int W, int H, int videoW, int videoH)
     return QRect(x, y, w, h);
 }
 
+QRect deviceVideoRect(const QRect& video, const QSize& tile, qreal dpr)
+{
+    const int tileH = qRound(tile.height() * dpr);
+    const int w = int(video.width() * dpr);
+    const int h = int(video.height() * dpr);
+    return QRect(int(video.x() * dpr), tileH - int(video.y() * dpr) - h, w, h);
+}
+
 qint64 bufferSizeFor(qint64 width, qint64 height)
 {
     if (width <= 0 || height <= 0)

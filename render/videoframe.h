@@ -13,6 +13,13 @@ namespace kxvideo {
 // pixels of the tile snaps to it. Returns (x, y, w, h) in tile pixels.
 QRect fitVideo(int W, int H, int videoW, int videoH);
 
+// The video rectangle in device pixels, rows counted from the top, for a tile
+// of `tile` logical pixels drawn at `dpr` device pixels per logical pixel.
+// Offsets and sides are truncated as the GL viewport takes them (x·dpr, the
+// bottom edge y·dpr rows above the tile's, w·dpr, h·dpr), the tile's height
+// being height·dpr rounded: both renderers put the picture on the same pixels.
+QRect deviceVideoRect(const QRect& video, const QSize& tile, qreal dpr);
+
 // Buffer bytes kept for a width x height picture: 2*w*h + 20480, or -1 when
 // either side is not positive or the size does not fit a signed 32-bit int.
 qint64 bufferSizeFor(qint64 width, qint64 height);

@@ -59,11 +59,17 @@ m R04 render/videoframe.cpp 'const qint64 need = 2 * width * height + 20480;' \
       "frame buffer without its reserve"
 m R05 render/cplaywidget.cpp 'if (dx > 5 || dy > 5)' 'if (dx > 50 || dy > 50)' \
       "a drag still yields a click"
-m R06 render/cplaywidget.cpp $'0.0f, 1.0f,\n    1.0f, 1.0f,\n    0.0f, 0.0f,\n    1.0f, 0.0f,' \
+m R06 render/tileglsurface.cpp $'0.0f, 1.0f,\n    1.0f, 1.0f,\n    0.0f, 0.0f,\n    1.0f, 0.0f,' \
       $'0.0f, 0.0f,\n    1.0f, 0.0f,\n    0.0f, 1.0f,\n    1.0f, 1.0f,' \
       "picture drawn upside down"
-m R07 render/cplaywidget.cpp 'if (!newPerson && wasShare && isValid())' 'if (false && wasShare && isValid())' \
+m R07 render/cplaywidget.cpp 'if (!newPerson && wasShare) {' 'if (false && wasShare) {' \
       "a detached share leaves its last picture up"
+m R08 render/yuvimageconverter.cpp 'bt709(), size.width()' '&libyuv::kYuvI601Constants, size.width()' \
+      "software drawing converts with the BT.601 matrix"
+m R09 render/cplaywidget.cpp $'if (!moved && !m_bNewPicture && m_pPaintedPerson == m_pPersonInfo)\n            return;' '' \
+      "a tile drawn on the CPU converts its picture again on every paint"
+m R10 render/tileglsurface.cpp 'm_tile->drawPicture(devicePixelRatioF(),' 'm_tile->drawPicture(1.0,' \
+      "OpenGL viewport ignores the screen's pixel ratio"
 
 # --- gallery ----------------------------------------------------------------
 m G01 gallery/layoutgeometry.cpp $'rc.setLeft(left);\n    rc.setRight(left + w);' \
@@ -118,6 +124,8 @@ m O04 overlay/playinfolayout.cpp 'qBound(11, qRound(base / 24.0), 18)' 'qBound(8
       "names on small tiles drawn too small to read"
 m O05 overlay/qdlgplayinfo.cpp $'if (m_bViewValid && view.sameAs(m_view))\n        return;' '' \
       "overlay repaints when nothing it shows has changed"
+m O06 overlay/qdlgplayinfo.cpp 'if (m_bContentDirty ||' 'if (true ||' \
+      "overlay over a CPU tile draws its content again for every new picture"
 
 # --- windows ----------------------------------------------------------------
 m W01 windows/qdlgpopupscreen.cpp 'title->setGeometry(QRect(0, 0, 240, 44));' 'title->setGeometry(QRect(0, 0, 240, 40));' \

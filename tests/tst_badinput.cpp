@@ -39,14 +39,16 @@ private slots:
         KXScreen_Release(m_released);
         m_alice = g->handles.at(0);
         m_gone = g->handles.at(2);
+        // A second gallery: its play handles are not this one's, nor the other
+        // way round. Made before a handle is deleted, so that none of its
+        // handles sits at the deleted one's address.
+        m_other.reset(new Gallery(QSize(320, 180), 1, true, 2));
         QCOMPARE(KXScreen_DelPerson(g->h, m_gone), 1);
         QCOMPARE(g->feed(64, 36), 2);
         m_forgedScreen.pMainDlg = static_cast<KXScreenHandle*>(g->h)->pMainDlg;
         m_forgedScreen.callback = hostFunctionFor(0);
         m_forgedPlay.pPlayData = recordOf(m_alice);
         m_forgedFake.pPlayData = &m_fakeRecord;
-        // A second gallery: its play handles are not this one's, nor the other way round.
-        m_other.reset(new Gallery(QSize(320, 180), 1, true, 2));
     }
 
     void cleanupTestCase()

@@ -5,6 +5,7 @@
 #include "layoutgeometry.h"
 #include "layoutmemory.h"
 #include "pagingrules.h"
+#include "rendererrule.h"
 #include "speakerhold.h"
 #include "streampolicy.h"
 #include "videoframe.h"
@@ -47,6 +48,8 @@ QRect rectOf(const QString& call)
         return eightCutRect(a[0], a[1], a[2], a[3]);
     if (fn == "video")
         return kxvideo::fitVideo(a[0], a[1], a[2], a[3]);
+    if (fn == "device") // W H x y w h percent
+        return kxvideo::deviceVideoRect(QRect(a[2], a[3], a[4], a[5]), QSize(a[0], a[1]), a[6] / 100.0);
     if (fn == "stage")
         return shareStageRect(a[0], a[1]);
     if (fn == "split")
@@ -180,6 +183,11 @@ private slots:
             {"video 100 50 1600 900", QRect(6, 0, 88, 50)}, {"video 400 225 1280 718", QRect(0, 0, 400, 225)},
             {"video 400 226 1280 718", QRect(0, 1, 400, 224)}, {"video 100 56 16 9", QRect(0, 0, 100, 56)},
             {"video 400 400 0 720", QRect()},
+            // The same in device pixels, rows from the top, as both renderers draw it.
+            {"device 400 400 0 87 400 225 100", QRect(0, 88, 400, 225)},
+            {"device 400 400 0 87 400 225 200", QRect(0, 176, 800, 450)},
+            {"device 400 400 0 87 400 225 150", QRect(0, 133, 600, 337)},
+            {"device 200 400 0 144 200 112 125", QRect(0, 180, 250, 140)},
             // Share stage fitted and centred; a whiteboard beside it splits the
             // gallery in halves (959 wide with the gap unit between them).
             {"stage 1920 1080", E(0, 0, 1920, 1080)}, {"stage 1000 1000", E(0, 219, 1000, 781)},
@@ -583,6 +591,56 @@ private slots:
         for (const QString& t : page.split(' ', Qt::SkipEmptyParts))
             items.append({t.section(':', 0, 0).toLongLong(), t.section(':', 1) == "1"});
         QTEST(kxorder::speakerPlaceIndex(items), "place");
+    }
+
+    void renderer_data()
+    {
+        // KX_RENDERER, the settings key, what a probe of OpenGL finds ("-": no context) -> renderer, log line.
+        QTest::addColumn<QString>("env");
+        QTest::addColumn<QString>("setting");
+        QTest::addColumn<QString>("gl");
+        QTest::addColumn<QString>("renderer");
+        QTest::addColumn<QString>("line");
+        auto row = [](const char* n, const char* env, const char* set, const char* gl, const char* r, const char* s) {
+            QTest::newRow(n) << QString(env) << QString(set) << QString(gl) << QString(r) << QString(s);
+        };
+        const char* nv = "NVIDIA GeForce RTX 3060/PCIe/SSE2";
+        row("llvmpipe", "", "", "llvmpipe (LLVM 15.0.6, 256 bits)", "raster",
+            "GL renderer llvmpipe (LLVM 15.0.6, 256 bits): software drawing");
+        row("softpipe", "", "", "softpipe", "raster", "GL renderer softpipe: software drawing");
+        row("classic swrast", "", "", "Software Rasterizer", "raster",
+            "GL renderer Software Rasterizer: software drawing");
+        row("SwiftShader", "", "", "Google SwiftShader", "raster", "GL renderer Google SwiftShader: software drawing");
+        row("WARP", "", "", "ANGLE (Microsoft Basic Render Driver Direct3D11)", "raster",
+            "GL renderer ANGLE (Microsoft Basic Render Driver Direct3D11): software drawing");
+        row("GDI", "", "", "GDI Generic", "raster", "GL renderer GDI Generic: software drawing");
+        row("hardware", "", "", nv, "gl", "GL renderer NVIDIA GeForce RTX 3060/PCIe/SSE2: OpenGL drawing");
+        row("no context", "", "", "-", "raster", "no OpenGL context: software drawing");
+        row("forced gl", "gl", "", "llvmpipe", "gl", "KX_RENDERER=gl: OpenGL drawing");
+        row("forced raster", " Raster ", "", nv, "raster", "KX_RENDERER=Raster: software drawing");
+        row("setting", "", "raster", nv, "raster", "sys_ver.ini renderer=raster: software drawing");
+        row("env over setting", "gl", "raster", "llvmpipe", "gl", "KX_RENDERER=gl: OpenGL drawing");
+        row("env auto over setting", "auto", "raster", nv, "gl",
+            "GL renderer NVIDIA GeForce RTX 3060/PCIe/SSE2: OpenGL drawing");
+        row("setting auto", "", "AUTO", "llvmpipe", "raster", "GL renderer llvmpipe: software drawing");
+        row("unknown env", "vulkan", "gl", "llvmpipe", "gl",
+            "KX_RENDERER=vulkan not understood; sys_ver.ini renderer=gl: OpenGL drawing");
+    }
+
+    void renderer()
+    {
+        QFETCH(QString, env);
+        QFETCH(QString, setting);
+        QFETCH(QString, gl);
+        QFETCH(QString, line);
+        bool probed = false;
+        const kxrender::RendererChoice c = kxrender::chooseRenderer(env, setting, [&]() {
+            probed = true;
+            return gl == "-" ? QString() : gl;
+        });
+        QTEST(QString(kxrender::rendererName(c.renderer)), "renderer");
+        QCOMPARE(c.reason, line);
+        QCOMPARE(probed, line.contains("GL renderer") || line.contains("no OpenGL context")); // only when left to auto
     }
 
     void frameBuffers_data()
