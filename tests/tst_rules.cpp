@@ -60,6 +60,13 @@ QRect rectOf(const QString& call)
         const QVector<QRect> parts{QRect(), QRect(QPoint(0, 0), g.window), g.toggle, g.prev, g.next, g.close, g.grip};
         return a[3] < 0 ? parts.at(-a[3]) : nth(g.tiles, a[3]);
     }
+    if (fn == "zsrc" || fn == "ztgt" || fn == "zanch") { // tile picture percent centre, zanch: + to anchor -> source
+        const QSize tile(a[0], a[1]), pic(a[2], a[3]);
+        kxvideo::ZoomView z = kxvideo::zoomView(tile, pic, a[4], QPointF(a[5], a[6]));
+        if (fn == "zanch")
+            z = kxvideo::zoomView(tile, pic, a[7], kxvideo::zoomAnchor(z, tile, a[7], QPointF(a[8], a[9])));
+        return fn == "ztgt" ? z.target : z.source;
+    }
     if (fn == "keep") // x y w h, over a 1920 x 1040 screen and a 1280 x 680 one to its right
         return QRect(keepOnScreens(QRect(a[0], a[1], a[2], a[3]), {QRect(0, 0, 1920, 1040), QRect(1920, 0, 1280, 680)}),
                      QSize(a[2], a[3]));
@@ -206,6 +213,18 @@ private slots:
             {"keep 1800 100 320 208", QRect(1800, 100, 320, 208)}, {"keep 3100 -50 320 208", QRect(2880, 0, 320, 208)},
             {"keep 2500 900 320 208", QRect(2500, 472, 320, 208)}, {"keep 1800 900 320 20", QRect(1600, 900, 320, 20)},
             {"keep 1800 900 320 208", QRect(1600, 832, 320, 208)},
+            // A zoom of a 1920x1080 share in a 1280x720 tile: fit, actual size (centred, clamped), 150 %, a portrait
+            // picture, a small one at 200 %; and a zoom about the tile's corners.
+            {"zsrc 1280 720 1920 1080 0 960 540", QRect(0, 0, 1920, 1080)}, {"ztgt 1280 720 1920 1080 0 0 0", QRect(0, 0, 1280, 720)},
+            {"zsrc 1280 720 1920 1080 100 960 540", QRect(320, 180, 1280, 720)},
+            {"ztgt 1280 720 1920 1080 100 960 540", QRect(0, 0, 1280, 720)},
+            {"zsrc 1280 720 1920 1080 100 100 100", QRect(0, 0, 1280, 720)},
+            {"zsrc 1280 720 1920 1080 100 5000 540", QRect(640, 180, 1280, 720)},
+            {"zsrc 1280 720 1920 1080 150 960 540", QRect(534, 300, 853, 480)},
+            {"zsrc 1280 720 720 1280 100 360 640", QRect(0, 280, 720, 720)}, {"ztgt 1280 720 720 1280 100 0 0", QRect(280, 0, 720, 720)},
+            {"ztgt 1280 720 320 180 200 0 0", QRect(320, 180, 640, 360)},
+            {"zanch 1280 720 1920 1080 100 960 540 200 0 0", QRect(320, 180, 640, 360)},
+            {"zanch 1280 720 1920 1080 0 960 540 100 1280 720", QRect(640, 360, 1280, 720)},
             {"pip 1 5 0 -3", QRect(4, 2, 24, 24)}, {"pip 1 5 0 -4", QRect(32, 2, 24, 24)}, {"pip 1 0 0 0", QRect()},
         };
         for (const auto& r : rows)
@@ -360,6 +379,8 @@ private slots:
             {"page 1 0 3", 3}, {"page 1 0 20", 3}, {"page 1 1 7", 3}, {"page 2 0 2", 3}, {"page 4 0 2", 2},
             {"page 9 0 1", 2}, {"def 9 8 1 0", 4}, {"def 9 2 0 0", 4}, {"def 9 3 0 0", 3}, {"def 5 8 0 1", 4},
             {"def 5 2 1 0", 2}, {"def 1 2 0 0", 4}, {"def 1 5 1 1", 3}, {"def 6 2 0 1", 3}, {"def 8 2 0 1", 3},
+            {"zstep 0 667 1", 75}, {"zstep 0 667 2", 100}, {"zstep 75 667 -1", 0}, {"zstep 150 667 5", 200},
+            {"zstep 100 500 -1", 75}, {"zstep 0 2500 1", 0}, {"zstep 100 667 -9", 0}, {"zstep 33 250 1", 50},
         };
         for (const auto& r : rows)
             QTest::newRow(r.first) << QString(r.first) << r.second;
@@ -378,6 +399,7 @@ private slots:
                         : fn == "stride" ? kxpaging::pageStride(a[0])
                         : fn == "afterDelete" ? kxpaging::pageAfterDelete(a[0], a[1])
                         : fn == "page" ? kxstream::curPageStreamType(a[0], a[1], a[2])
+                        : fn == "zstep" ? kxvideo::zoomStep(a[0], a[1] / 1000.0, a[2])
                                        : kxstream::defStreamType(a[0], a[1], a[2], a[3]);
         QTEST(got, "expected");
     }
