@@ -6,6 +6,7 @@
 #include "layoutgeometry.h"
 #include "qdlgpicinpic.h"
 #include "qdlgplayinfo.h"
+#include "tilerenderer.h"
 
 #include <QAbstractEventDispatcher>
 #include <QScreen>
@@ -16,10 +17,15 @@ using namespace kxtest;
 
 namespace {
 
-void wheel(QWidget* w, int dy)
+void wheel(QWidget* w, int dy, QPoint at = {100, 100}, Qt::KeyboardModifiers mod = Qt::NoModifier)
 {
-    QWheelEvent e(QPointF(100, 100), QPointF(w->mapToGlobal(QPoint(100, 100))), QPoint(), QPoint(0, dy), Qt::NoButton,
-                  Qt::NoModifier, Qt::NoScrollPhase, false);
+    QWheelEvent e(at, QPointF(w->mapToGlobal(at)), QPoint(), QPoint(0, dy), Qt::NoButton, mod, Qt::NoScrollPhase, false);
+    QCoreApplication::sendEvent(w, &e);
+}
+
+void mouse(QWidget* w, QEvent::Type t, QPoint at)
+{
+    QMouseEvent e(t, at, w->mapToGlobal(at), Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
     QCoreApplication::sendEvent(w, &e);
 }
 
@@ -293,10 +299,6 @@ private slots:
         emit qobject_cast<QDlgPicInPic*>(pip)->notifyClickPicInPicPlayWidget(other);
         QTRY_VERIFY(s->focusPerson() == other && !g.inPicInPic().contains(other));
         // Resized by its corner, its tile following, from a tile's narrowest to a third of its screen.
-        auto mouse = [](QWidget* w, QEvent::Type t, QPoint at) {
-            QMouseEvent e(t, at, w->mapToGlobal(at), Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
-            QCoreApplication::sendEvent(w, &e);
-        };
         QWidget* grip = pip->findChild<QWidget*>("pipResize");
         mouse(grip, QEvent::MouseButtonPress, {8, 8});
         mouse(grip, QEvent::MouseMove, {88, 8});
@@ -671,6 +673,53 @@ private slots:
         }
         cfg->setBaseDir(QString());
         cfg->loadSettingsNow();
+    }
+
+    void zoomAndPanAShare_data()
+    {
+        QTest::addColumn<int>("renderer");
+        QTest::newRow("gl") << int(kxrender::Renderer::Gl);
+        QTest::newRow("raster") << int(kxrender::Renderer::Raster);
+    }
+
+    void zoomAndPanAShare()
+    {
+        // A 1920x1080 share of six blocks 320 wide on the 1281x721 stage: Ctrl+wheel and Ctrl+'+' zoom it about
+        // the middle to 75 % and to actual size, a drag pans it as far as it goes, Ctrl+0 fits it again.
+        // Zoomed in the grid it asks for the large stream, fitted the grid tile's again.
+        QFETCH(int, renderer);
+        kxtilerender::setForTests(kxrender::Renderer(renderer));
+        Gallery g(QSize(1280, 720), 2);
+        QByteArray id("sharescreen_u0");
+        void* share = KXScreen_AddPerson(g.h, id.data(), id.data(), id.data(), 5000, 0, nullptr, 1);
+        tagPersonInfo* sr = recordOf(share);
+        QTRY_COMPARE(g.screen()->focusPerson(), sr);
+        Frame f = Frame::blocks(1920, 1080);
+        QCOMPARE(onHostThread([&]() { return KXScreen_PlayFrame(g.h, share, &f.rec); }), 1);
+        CPlayWidget* tile = sr->pWidget;
+        auto shows = [&](const char* blocks) { // at x = 100, 700 and 1000
+            const QImage img = tile->grabFramebuffer();
+            for (int i = 0; i < 3; ++i)
+                if (!near(img.pixelColor(QVector<int>{100, 700, 1000}[i], 400), Frame::blockColour(blocks[i] - '0'), 24))
+                    return false;
+            return true;
+        };
+        QTRY_VERIFY(shows("034"));
+        wheel(tile, 120, {640, 360}, Qt::ControlModifier);
+        QCOMPARE(tile->zoomPercent(), 75);
+        QTest::keyClick(tile, Qt::Key_Plus, Qt::ControlModifier);
+        QTRY_VERIFY(tile->zoomPercent() == 100 && shows("134"));
+        mouse(tile, QEvent::MouseButtonPress, {700, 400});
+        mouse(tile, QEvent::MouseMove, {380, 400});
+        mouse(tile, QEvent::MouseMove, {100, 400});
+        QTRY_VERIFY(shows("245"));
+        QTest::keyClick(tile, Qt::Key_0, Qt::ControlModifier);
+        QTRY_VERIFY(!tile->isZoomed() && shows("034"));
+        g.setMode(1);
+        QTest::keyClick(sr->pWidget, Qt::Key_Plus, Qt::ControlModifier);
+        QCOMPARE(sr->iStreamType, 4);
+        QTest::keyClick(sr->pWidget, Qt::Key_0, Qt::ControlModifier);
+        QCOMPARE(sr->iStreamType, 3);
     }
 };
 
