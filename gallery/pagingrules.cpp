@@ -39,6 +39,18 @@ int pageCount(int mode, int n)
     return n / stride + (n % stride > 0 ? 1 : 0);
 }
 
+int shownPageCount(int mode, int n)
+{
+    int paged = 0; // the tiles that are paged, six to a page
+    if (mode == 1)
+        paged = n;
+    else if (mode >= 5 && mode <= 7)
+        paged = n - 1;
+    else if (mode == 8)
+        paged = n - 2;
+    return paged > 6 ? (paged + 5) / 6 : 1;
+}
+
 bool is6CutOr8CutMode(int mode)
 {
     return mode == 2 || mode == 3;

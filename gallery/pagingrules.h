@@ -11,6 +11,11 @@ namespace kxpaging {
 int pageStride(int mode);
 // Number of pages nextPage allows for n participants.
 int pageCount(int mode, int n);
+// Pages that show somebody, as a host counts them (at least 1): the grid's
+// tiles six to a page; in the speaker layouts the strip's, six to a page
+// (everybody but the big tile in 5 to 7, but the two big tiles in 8); one
+// page in the layouts that do not page (2, 3, 4, 9). mode as dispatched.
+int shownPageCount(int mode, int n);
 bool is6CutOr8CutMode(int mode);
 bool isFocusMode(int mode);   // 4..8
 // Mode as dispatched: anything outside 1..9 is 1.

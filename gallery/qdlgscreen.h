@@ -149,6 +149,9 @@ public:
     void onCheckTimer();
     // What the video-mute timer does when it fires.
     void onVideoMuteTimer();
+    // How long the layout must stay still before off-screen video stops
+    // (5 s; shorter for tests).
+    void setVideoMuteDelay(int ms) { m_iVideoMuteDelayMs = ms; }
 
     // --- modes and layouts ------------------------------------------------------
     bool setMeetingMode(int mode);
@@ -171,6 +174,12 @@ public:
     void testShowPageButton(const QRect* rcSmall);
     void testPrevPageForDelPerson();
     int pageIndex() const { return m_iPageIdx; }
+    // The host's page buttons: the pages that show somebody in the layout as
+    // it is now (at least 1), the page shown, and a turn to a page (clamped;
+    // answers the page shown after it).
+    int shownPageCount() const;
+    int shownPage() const;
+    int setPage(int page);
     bool isStripHidden() const { return m_bStripHidden; }
 
     // --- focus, look states, sharing, picture-in-picture -------------------------
@@ -420,6 +429,7 @@ private:
     QPoint m_ptLastShareWgt;                     // last announced share tile position
     QElapsedTimer m_timePageTurn;
     int m_iVideoMuteTimerId = 0;
+    int m_iVideoMuteDelayMs = 5000;
     QMyPageCtrl* m_pPagePre = nullptr;
     QMyPageCtrl* m_pPageNext = nullptr;
     QMyPageCtrl* m_pStripPre = nullptr;

@@ -17,7 +17,8 @@ bool QDlgScreen::extOpen(int iScreen)
 {
     const QList<QScreen*> screens = QGuiApplication::screens();
     if (iScreen < 0 || iScreen >= screens.size()) {
-        KXLOG << "extOpen: no screen" << iScreen << "of" << screens.size();
+        KXWARN << QStringLiteral("[ScreenMod]KXScreenExt_Open refused: no screen %1 (there are %2)")
+                      .arg(iScreen).arg(screens.size());
         return false;
     }
     if (!m_pExtScreen) {

@@ -13,10 +13,6 @@
 
 #include <QTimer>
 
-namespace {
-const QString kSharePrefix = QStringLiteral("sharescreen_");
-} // namespace
-
 tagPersonInfo* QDlgScreen::getFoucsPerson() const
 {
     // Who takes the big tile: what the meeting looks at (a share while the
@@ -69,10 +65,10 @@ void QDlgScreen::reAddFocusPersonToPlayMap()
 
 bool QDlgScreen::isShareScreenUser(const QString& userID) const
 {
-    if (userID.isEmpty() || userID.startsWith(kSharePrefix))
+    if (userID.isEmpty() || tagPersonInfo::isShareID(userID))
         return false;
     for (tagPersonInfo* p : m_vecPerson) {
-        if (p->isShareScreen() && p->userID.midRef(kSharePrefix.size()) == userID)
+        if (p->isShareScreen() && tagPersonInfo::sharerOf(p->userID) == userID)
             return true;
     }
     return false;
@@ -239,7 +235,7 @@ QString QDlgScreen::shareUserID() const
 {
     for (tagPersonInfo* p : m_vecPerson) {
         if (p->isShareScreen())
-            return p->userID.mid(kSharePrefix.size());
+            return tagPersonInfo::sharerOf(p->userID);
     }
     return QString();
 }
@@ -291,7 +287,7 @@ void QDlgScreen::onModVoiceActivate(QString userID)
 {
     tagPersonInfo* p = findPersonByUserID(userID);
     if (!p) {
-        KXLOG << "onModVoiceActivate no person, userID:" << userID;
+        KXWARN << "[ScreenMod]KXScreen_SetVoiceActivateByUserID: no participant" << userID << "here, ignored";
         return;
     }
     KXLOG << "onModVoiceActivate userName:" << p->userName;

@@ -12,7 +12,7 @@ QSet<QString> QDlgScreen::sharingUserIDs() const
     QSet<QString> ids;
     for (tagPersonInfo* p : m_vecPerson) {
         if (p->isShareScreen())
-            ids.insert(p->userID.mid(int(sizeof("sharescreen_")) - 1));
+            ids.insert(tagPersonInfo::sharerOf(p->userID));
     }
     return ids;
 }

@@ -46,6 +46,35 @@ bool QDlgScreen::prevPage()
     return true;
 }
 
+int QDlgScreen::shownPageCount() const
+{
+    // Full screen without its tile is laid out as the grid.
+    const int mode = kxpaging::normalizedMode(curMode());
+    return kxpaging::shownPageCount(mode == 9 && !m_pMaxPlayWnd ? 1 : mode, m_vecPerson.size());
+}
+
+int QDlgScreen::shownPage() const
+{
+    // The layouts that do not page keep whatever index the grid left.
+    return qMin(m_iPageIdx, shownPageCount() - 1);
+}
+
+int QDlgScreen::setPage(int page)
+{
+    // The way of the page controls (the order-check window starts again, the
+    // relayout asks for the page's streams and resumes its video, the rest
+    // stops five seconds later), without their debounce: that one is for
+    // wheel notches, a host's request is deliberate. The speaker layouts may
+    // take the index back when the strip has nobody for it.
+    const int target = qBound(0, page, shownPageCount() - 1);
+    if (target != m_iPageIdx) {
+        resetStreamTick();
+        m_iPageIdx = target;
+        reposPlayWnd();
+    }
+    return shownPage();
+}
+
 void QDlgScreen::onClickPageCtl(QWidget* ctrl)
 {
     if (!ctrl)

@@ -200,7 +200,7 @@ void QDlgScreen::restartVideoMuteTimer()
     changePersonVideoMute(false);
     if (m_iVideoMuteTimerId)
         killTimer(m_iVideoMuteTimerId);
-    m_iVideoMuteTimerId = startTimer(5000, Qt::CoarseTimer);
+    m_iVideoMuteTimerId = startTimer(m_iVideoMuteDelayMs, Qt::CoarseTimer);
 }
 
 bool QDlgScreen::isOnScreen(const tagPersonInfo* p) const

@@ -5,6 +5,7 @@
 
 #include <QMouseEvent>
 #include <QPainter>
+#include <QRegion>
 #include <QSvgRenderer>
 
 namespace {
@@ -25,9 +26,20 @@ QMyPageCtrl::QMyPageCtrl(const QString& qstrImg, QWidget* parent)
     KXLOG << "qstrImg:" << qstrImg;
     hide();
 
+    // Nothing but the image is drawn: the control stands over tiles, and
+    // whatever the image leaves transparent must show the tile beneath.
+    setAttribute(Qt::WA_NoSystemBackground);
+    setAutoFillBackground(false);
+
     // A control whose image is missing keeps the widget's default size.
     if (m_pixmap.load(qstrImg))
         resize(m_pixmap.size());
+    // The page arrows are translucent discs placed over the tiles' edges,
+    // where a tile's name and "more" button sit: shaped as a disc, the
+    // control's square corners neither cover them (whatever the window system
+    // does with a child's transparent pixels) nor take their clicks.
+    if (!m_pixmap.isNull() && m_pixmap.width() == m_pixmap.height())
+        setMask(QRegion(rect(), QRegion::Ellipse));
 
     if (qstrImg.endsWith(QLatin1String(".png"))) {
         m_pixmapDraw.load(qstrImg);

@@ -20,6 +20,9 @@ struct KxApi
     PFN_KXScreen_JoinMeetingFinish JoinMeetingFinish = nullptr;
     PFN_KXScreen_SetCurMode SetCurMode = nullptr;
     PFN_KXScreen_GetCurMode GetCurMode = nullptr;
+    PFN_KXScreen_SetPage SetPage = nullptr;
+    PFN_KXScreen_GetPage GetPage = nullptr;
+    PFN_KXScreen_GetPageCount GetPageCount = nullptr;
     PFN_KXScreen_AddPerson AddPerson = nullptr;
     PFN_KXScreen_DelPerson DelPerson = nullptr;
     PFN_KXScreen_PlayFrame PlayFrame = nullptr;
@@ -78,6 +81,9 @@ struct KxApi
         get(JoinMeetingFinish, "KXScreen_JoinMeetingFinish");
         get(SetCurMode, "KXScreen_SetCurMode");
         get(GetCurMode, "KXScreen_GetCurMode");
+        get(SetPage, "KXScreen_SetPage");
+        get(GetPage, "KXScreen_GetPage");
+        get(GetPageCount, "KXScreen_GetPageCount");
         get(AddPerson, "KXScreen_AddPerson");
         get(DelPerson, "KXScreen_DelPerson");
         get(PlayFrame, "KXScreen_PlayFrame");

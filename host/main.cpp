@@ -36,7 +36,6 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QJsonDocument>
-#include <QKeyEvent>
 #include <QMainWindow>
 #include <QMenu>
 #include <QMenuBar>
@@ -317,7 +316,7 @@ public:
         if (verb == QLatin1String("mode")) {
             m_api.SetCurMode(m_screen, arg.toInt());
         } else if (verb == QLatin1String("page")) {
-            turnPage(arg != QLatin1String("prev"));
+            turnPage(arg);
         } else if (verb == QLatin1String("add")) {
             for (int i = 0, n = qMax(1, arg.toInt()); i < n; ++i)
                 m_meeting.addGuest(w.value(2) != QLatin1String("novideo"));
@@ -496,20 +495,15 @@ private:
                         QKeySequence(Qt::Key_D));
     }
 
-    // The gallery turns pages with Up (next) and Down (previous) while it has
-    // the keyboard focus; a host that has its own page keys forwards them.
-    void turnPage(bool next)
+    // Our page keys and commands: the gallery turns the page as its own page
+    // controls do (it clamps, so the first and last pages need no care here).
+    // "next", "prev" or a page number counted from 1.
+    void turnPage(const QString& to)
     {
-        QWidget* gallery = nullptr;
-        for (QWidget* w : m_area->findChildren<QWidget*>())
-            if (w->focusPolicy() == Qt::StrongFocus) {
-                gallery = w;
-                break;
-            }
-        if (!gallery)
-            return;
-        QKeyEvent press(QEvent::KeyPress, next ? Qt::Key_Up : Qt::Key_Down, Qt::NoModifier);
-        QApplication::sendEvent(gallery, &press);
+        const int page = to.isEmpty() || to == QLatin1String("next") ? m_api.GetPage(m_screen) + 1
+                         : to == QLatin1String("prev")                ? m_api.GetPage(m_screen) - 1
+                                                                      : to.toInt() - 1;
+        m_api.SetPage(m_screen, page);
         m_counters.lastPageTurnMs = m_clock.elapsed();
     }
 
@@ -627,6 +621,10 @@ private:
     {
         QJsonObject r = hostReport(m_meeting, m_counters, m_screen ? m_api.GetCurMode(m_screen) : 0, this, m_area,
                                    m_clock.elapsed());
+        if (m_screen) { // counted from 1, as the status bar shows them
+            r.insert(QStringLiteral("page"), m_api.GetPage(m_screen) + 1);
+            r.insert(QStringLiteral("pages"), m_api.GetPageCount(m_screen));
+        }
         if (m_screen && m_api.ExtIsOpen(m_screen)) {
             const QByteArray id = m_api.ExtGetUserID(m_screen);
             QString shown = QString::fromLocal8Bit(id);
@@ -644,10 +642,12 @@ private:
         if (m_screen) {
             const int mode = m_api.GetCurMode(m_screen);
             statusBar()->showMessage(
-                tr("Layout %1 (%2) \u00b7 keys: 1-9 layouts, PgUp/PgDn pages, Ins/Del add/remove, V video, "
-                   "M mic, K speak, W weak network, S share, P pause, B whiteboard, F floating window, L/D skin")
+                tr("Layout %1 (%2), page %3 of %4 \u00b7 keys: 1-9 layouts, PgUp/PgDn pages, Ins/Del add/remove, "
+                   "V video, M mic, K speak, W weak network, S share, P pause, B whiteboard, F floating window, L/D skin")
                     .arg(mode)
-                    .arg(tr(kModeNames[qBound(1, mode, 9)])));
+                    .arg(tr(kModeNames[qBound(1, mode, 9)]))
+                    .arg(m_api.GetPage(m_screen) + 1)
+                    .arg(m_api.GetPageCount(m_screen)));
         }
     }
 

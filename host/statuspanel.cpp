@@ -303,8 +303,10 @@ QString summaryText(const QJsonObject& r)
              .arg(r.value(QStringLiteral("invited")).toInt())
              .arg(r.value(QStringLiteral("sharing")).toBool() ? QStringLiteral(", sharing a screen") : QString());
     s += QStringLiteral("video drawn by the renderer: %1\n").arg(r.value(QStringLiteral("renderer")).toString());
-    s += QStringLiteral("layout mode: %1, video tiles on screen: %2\n")
+    s += QStringLiteral("layout mode: %1, page %2 of %3, video tiles on screen: %4\n")
              .arg(r.value(QStringLiteral("mode")).toInt())
+             .arg(r.value(QStringLiteral("page")).toInt())
+             .arg(r.value(QStringLiteral("pages")).toInt())
              .arg(r.value(QStringLiteral("tiles")).toArray().size());
     if (r.contains(QStringLiteral("externalScreen")))
         s += QStringLiteral("external screen shows: %1\n").arg(r.value(QStringLiteral("externalScreen")).toString());

@@ -29,10 +29,11 @@
  * -------
  * KXScreen_Init returns a module handle; KXScreen_AddPerson returns a play
  * handle for one participant. A null, unknown or released handle is rejected:
- * the export returns 0 (null for pointer results) and changes nothing. Play
- * handles are checked against the set of live handles before they are read, so
- * a stale pointer is never dereferenced, and a play handle is only accepted by
- * the gallery that issued it. A gallery released while host threads are inside
+ * the export returns 0 (null for pointer results), changes nothing and logs a
+ * warning (KXScreen_Release takes null quietly). Play handles are checked
+ * against the set of live handles before they are read, so a stale pointer is
+ * never dereferenced, and a play handle is only accepted by the gallery that
+ * issued it. A gallery released while host threads are inside
  * its exports stays alive for them and goes once the last has returned.
  *
  * Each handle is a gallery of its own: an export acts on the gallery its handle
@@ -47,6 +48,15 @@
  * a warning, host threads inside an export at that moment finish safely, and
  * nothing more is sent to the host function. KXScreen_Release is still due:
  * it frees what is left.
+ *
+ * Logging
+ * -------
+ * The module logs through the Qt logging category "kxscreen". Whatever the
+ * host did wrong (a refused call: a bad handle, a bad argument, a refused
+ * frame, an [interface] export called from another thread; a missing settings
+ * file) is a warning that names the export and the reason; everything else is
+ * a debug line. QT_LOGGING_RULES="kxscreen.debug=false" silences the debug
+ * lines and keeps the warnings.
  *
  * Strings
  * -------
@@ -110,33 +120,122 @@ extern "C" {
  * while the host function runs, so the function may take the host's own locks
  * and stop or join the host's media threads, even ones that are inside
  * KXScreen_PlayFrame at that moment.
+ *
+ * Notifications also come from inside exports called on the interface thread:
+ * whatever lays the gallery out again (KXScreen_AddPerson, KXScreen_SetCurMode,
+ * KXScreen_SetPage, KXScreen_MoveWindow, ...) may call the host function before
+ * it returns. In particular KXScreen_AddPerson on the interface thread takes
+ * the participant in at once, so 20 (and 18, and 10 for a share) arrive before
+ * it has returned the play handle: make the user data findable (register your
+ * participant object) before the call, not after it.
+ *
+ * Several galleries. Each notification of any gallery goes to the host
+ * function of every gallery alive (the module keeps one list of them; a
+ * function given to two KXScreen_Init calls is called twice), and the function
+ * has no context pointer. The usual pattern: a function per gallery, user data
+ * of its own for each participant of each gallery, and each function acting
+ * only on the user data of its gallery, looked up, never dereferenced blindly
+ * (a message may also name someone who has just left):
+ *
+ *   struct Member { void* hPlay; };                 // the host's participant
+ *   struct Room { void* h; std::set<Member*> members; };
+ *   static Room g_meeting, g_preview;
+ *   static int route(Room& room, unsigned int msg, uint64_t wParam, uint64_t lParam)
+ *   {
+ *       Member* m = reinterpret_cast<Member*>(lParam);
+ *       if (!room.members.count(m))
+ *           return 0;                               // another gallery's, or gone
+ *       // ... act on msg for m in room ...
+ *       return 0;
+ *   }
+ *   static int onMeeting(unsigned int m, uint64_t w, uint64_t l) { return route(g_meeting, m, w, l); }
+ *   static int onPreview(unsigned int m, uint64_t w, uint64_t l) { return route(g_preview, m, w, l); }
+ *
+ *   g_meeting.h = KXScreen_Init(meetingWidget, baseDir, onMeeting);
+ *   g_preview.h = KXScreen_Init(previewWidget, baseDir, onPreview);
+ *   Member* m = new Member();
+ *   g_meeting.members.insert(m);                    // first: 20 may come from inside the call
+ *   char none[] = "";
+ *   m->hPlay = KXScreen_AddPerson(g_meeting.h, id, none, name, joined, 0, m, 0);
+ *
+ * The codes whose lParam is 0 (8, 11, 12, 13, 19, 25, 26) do not say which
+ * gallery sent them; with one gallery there is nothing to tell apart.
+ *
+ * When each code is sent, and how often. "record" is the participant's record
+ * address (the same value for the participant's whole stay), "user data" the
+ * pUserData the host gave to KXScreen_AddPerson. "On screen" means: a visible
+ * tile in the gallery (while the meeting room is not minimised), a tile of the
+ * floating window, or the external screen. A relayout happens whenever who is
+ * shown where may change: arrivals and departures, video turned on or off, a
+ * first frame, roles, focus, looks, speakers, shares, layouts, pages, sizes.
+ *
+ *   0  each click on a tile's microphone control.
+ *   1  each click on a tile's "more" control (only while the participant has a
+ *      tile). wParam is the click's global position (Qt's device-independent
+ *      pixels), packed into 32 bits and sign-extended to 64:
+ *          int32_t p = (int32_t)(((uint32_t)x << 16) | ((uint32_t)y & 0xFFFF));
+ *      so int16_t x = (int16_t)((int32_t)wParam >> 16), y = (int16_t)wParam
+ *      (negative on screens left of or above the primary one).
+ *   2, 3, 4  the stream the participant's tile needs: small, ordinary, large.
+ *      Every relayout assigns a type to each participant it places, and the
+ *      type is sent with that participant's next frame, so it comes again
+ *      after every relayout while the video flows, the same type or not, and
+ *      not before the first frame (pull some layer on 18 to start). Never for
+ *      the local user, a share or a participant without a name.
+ *   8  each double click on a tile, before the layout changes: wParam 5 in
+ *      layouts 1 to 3, 6 in 4 to 8, 7 in 9.
+ *   10 a share arrives in the gallery and takes the stage: wParam the share's
+ *      record, lParam its user data (not for a share kept for the external
+ *      screen).
+ *   11 each click on the stage's tile in layout 4 or on the single tile of 9.
+ *   12 a look (all-look or lock-look) ended, or its participant left.
+ *   13 a look began where none of its kind was on.
+ *   16 the participant looked at left: sent just before the 12 of that.
+ *   17 stop pulling this participant's video: five seconds after the last
+ *      relayout (every relayout starts the five seconds again) for everybody
+ *      not on screen then, stopped already or not; and at once when
+ *      KXScreen_Preview(.., true) names a participant without a tile.
+ *   18 pull this participant's video: on every relayout, for everybody on
+ *      screen, pulled already or not (so it repeats often).
+ *      Relayouts send 17 and 18 once KXScreen_JoinMeetingFinish was called;
+ *      the local user and invited participants get them too, a share never.
+ *   19 the tile whose "more" menu the host opened (on 1) moved, hid or shows
+ *      somebody else after a relayout: hide the menu. Once per menu.
+ *   20 the participant was taken in (once per KXScreen_AddPerson): wParam the
+ *      play handle, lParam user data. See above for the interface thread.
+ *   24 each click on an invited participant's "Call again" button.
+ *   25 the share's tile (or, while one is up, the whiteboard's area) appeared
+ *      or its top-left corner moved, after a relayout; and on every
+ *      KXScreen_ReposShareWgtForAnnonate. wParam is that corner in global
+ *      coordinates, x in the high 32 bits and y in the low 32 bits:
+ *          wParam = ((uint64_t)(uint32_t)x << 32) | (uint32_t)y;
+ *          int32_t x = (int32_t)(wParam >> 32), y = (int32_t)(uint32_t)wParam;
+ *      The whole rectangle: KXScreen_GetShareWgtPos.
+ *   26 the floating window was shown by a relayout (a share or
+ *      KXScreen_ShowPicInPic took layout 4), the local user started sharing,
+ *      or the room was minimised during a share.
  */
 typedef int (*KXScreenMsgCallback)(unsigned int msg, uint64_t wParam, uint64_t lParam);
 
-/*
- * Notification codes. "record" is the participant's record address (the same
- * value for the participant's whole stay), "user data" the pUserData the host
- * gave to KXScreen_AddPerson.
- */
 enum KXScreenMsg {
-    KXSCREEN_MSG_CLICK_AUDIO         = 0,  /* wParam record, lParam user data: the tile's microphone control was clicked */
-    KXSCREEN_MSG_CLICK_MORE          = 1,  /* wParam the click's menu position, lParam user data: the "more" control was clicked */
-    KXSCREEN_MSG_STREAM_SMALL        = 2,  /* wParam record, lParam user data: subscribe this participant's small stream */
-    KXSCREEN_MSG_STREAM_NORMAL       = 3,  /* wParam record, lParam user data: subscribe the ordinary stream */
-    KXSCREEN_MSG_STREAM_LARGE        = 4,  /* wParam record, lParam user data: subscribe the large stream */
-    KXSCREEN_MSG_DBCLICK_TILE        = 8,  /* wParam 5 (grid layouts 1-3), 6 (layouts 4-8) or 7 (other), lParam 0 */
-    KXSCREEN_MSG_SHARE_TIP           = 10, /* wParam record of the focused participant, lParam its user data */
+    KXSCREEN_MSG_CLICK_AUDIO         = 0,  /* record, user data */
+    KXSCREEN_MSG_CLICK_MORE          = 1,  /* packed click position, user data */
+    KXSCREEN_MSG_STREAM_SMALL        = 2,  /* record, user data: subscribe the small stream */
+    KXSCREEN_MSG_STREAM_NORMAL       = 3,  /* record, user data: subscribe the ordinary stream */
+    KXSCREEN_MSG_STREAM_LARGE        = 4,  /* record, user data: subscribe the large stream */
+    KXSCREEN_MSG_DBCLICK_TILE        = 8,  /* 5, 6 or 7, 0 */
+    KXSCREEN_MSG_SHARE_TIP           = 10, /* the share's record, user data */
     KXSCREEN_MSG_TOOLBAR_SHOW        = 11, /* 0, 0: the toolbar should change its visibility */
-    KXSCREEN_MSG_LOOK_TOAST_OFF      = 12, /* 0, 0: show the toast for a look state that ended */
-    KXSCREEN_MSG_LOOK_TOAST_ON       = 13, /* 0, 0: show the toast for a look state that began */
-    KXSCREEN_MSG_LOCK_LOOK_CANCELLED = 16, /* wParam record, lParam user data */
-    KXSCREEN_MSG_REMOTE_VIDEO_CLOSE  = 17, /* wParam record, lParam user data: stop pulling this participant's video */
-    KXSCREEN_MSG_REMOTE_VIDEO_OPEN   = 18, /* wParam record, lParam user data: pull this participant's video again */
-    KXSCREEN_MSG_HIDE_MORE_MENU      = 19, /* 0, 0: hide the "more" menu, its tile moved away */
-    KXSCREEN_MSG_USERINFO_UPDATED    = 20, /* wParam play handle, lParam user data */
-    KXSCREEN_MSG_RECALL_PERSON       = 24, /* wParam record, lParam user data: call the invited participant again */
-    KXSCREEN_MSG_SHARE_POS_CHANGED   = 25, /* wParam packed position of the share tile, lParam 0 */
-    KXSCREEN_MSG_SHOW_PIC_IN_PIC     = 26  /* 0, 0: show the picture-in-picture dialog */
+    KXSCREEN_MSG_LOOK_TOAST_OFF      = 12, /* 0, 0 */
+    KXSCREEN_MSG_LOOK_TOAST_ON       = 13, /* 0, 0 */
+    KXSCREEN_MSG_LOCK_LOOK_CANCELLED = 16, /* record, user data */
+    KXSCREEN_MSG_REMOTE_VIDEO_CLOSE  = 17, /* record, user data: stop pulling the video */
+    KXSCREEN_MSG_REMOTE_VIDEO_OPEN   = 18, /* record, user data: pull the video */
+    KXSCREEN_MSG_HIDE_MORE_MENU      = 19, /* 0, 0 */
+    KXSCREEN_MSG_USERINFO_UPDATED    = 20, /* play handle, user data */
+    KXSCREEN_MSG_RECALL_PERSON       = 24, /* record, user data */
+    KXSCREEN_MSG_SHARE_POS_CHANGED   = 25, /* packed position, 0 */
+    KXSCREEN_MSG_SHOW_PIC_IN_PIC     = 26  /* 0, 0 */
 };
 
 /* Stream types, sent as the message code itself (2, 3, 4). */
@@ -282,6 +381,29 @@ KXSCREEN_API int KXScreen_JoinMeetingFinish(void* hScreen);
  * gallery itself is a child widget and is never minimised) is minimised. Like every other export it
  * refuses a null, unknown or released handle with 0 instead of reading it. */
 KXSCREEN_API int KXScreen_IsIconic(void* hScreen);
+
+/* Pages. Additions of this module, not among the gallery's original exports:
+ * for a host that puts page buttons or shortcuts of its own around the
+ * gallery. Pages count from 0. The grid (layout 1) shows six tiles a page; the
+ * speaker layouts page their strip of small tiles, six a page (5 to 7: everybody
+ * but the big tile; 8: everybody but the two big tiles); layouts 2, 3, 4 and 9
+ * have one page (in 4 the floating window turns its own). The gallery's page
+ * controls, the mouse wheel and the keys Up and Down (while the gallery has the
+ * focus) turn the same pages. The count changes as people come and go and with
+ * the layout: read it again before showing it (after 2, 3, 4, 17 or 18 is a
+ * good moment). A refused call (a bad handle, another thread) answers 0, which
+ * KXScreen_GetPageCount never answers otherwise. */
+/* [interface] Shows page iPage, clamped to 0 .. KXScreen_GetPageCount() - 1, and answers the page
+ * shown. A turn is what a click on a page control does: before the export returns, the gallery is
+ * laid out again and 18 goes to everybody on screen (the host function is called from inside
+ * the call); the new page's participants are asked for their stream (2, 3 or 4) with their next
+ * frame, and 17 follows for everybody off screen five seconds later. Asking for the page shown
+ * changes nothing. The speaker layouts answer the page their strip can show. */
+KXSCREEN_API int KXScreen_SetPage(void* hScreen, int iPage);
+/* [interface] The page shown, from 0. */
+KXSCREEN_API int KXScreen_GetPage(void* hScreen);
+/* [interface] The number of pages that show somebody in the layout as it is now (at least 1). */
+KXSCREEN_API int KXScreen_GetPageCount(void* hScreen);
 
 /* ------------------------------------------------------------------------ */
 /* Sharing                                                                   */
@@ -450,6 +572,9 @@ typedef int (*PFN_KXScreen_UpdateNetWeak)(void*, const char*, bool, int);
 typedef int (*PFN_KXScreen_ShowPicInPic)(void*, bool);
 typedef QWidget* (*PFN_KXScreen_GetPicInPicWidgetPtr)(void*);
 typedef int (*PFN_KXScreen_IsIconic)(void*);
+typedef int (*PFN_KXScreen_SetPage)(void*, int);
+typedef int (*PFN_KXScreen_GetPage)(void*);
+typedef int (*PFN_KXScreen_GetPageCount)(void*);
 typedef int (*PFN_KXScreen_AddSentence)(void*, int, int, char*, char*);
 typedef int (*PFN_KXScreen_ClearSubtitles)(void*);
 typedef int (*PFN_KXScreen_OpenSubtitle)(void*, bool);

@@ -20,10 +20,11 @@ QString nameFromUtf8(const char* s)
 
 void refuse(const char* name, const char* reason, const void* what)
 {
+    // One line a host can search its log for: "<export> refused: <why>".
+    QString line = QStringLiteral("[ScreenMod]%1 refused: %2").arg(QLatin1String(name), QLatin1String(reason));
     if (what)
-        KXWARN << "[ScreenMod]" << name << "refused:" << reason << what;
-    else
-        KXWARN << "[ScreenMod]" << name << "refused:" << reason;
+        line += QStringLiteral(" (0x%1)").arg(quintptr(what), 0, 16);
+    KXWARN << line;
 }
 
 void warnBadHandle(const char* name, void* hScreen)

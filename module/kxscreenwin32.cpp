@@ -36,6 +36,9 @@ namespace {
 
 using namespace kxexport;
 
+// Why a play handle the host deleted is refused.
+const char* const kDeletedPlay = "the participant was deleted (KXScreen_DelPerson), its play handle is dead";
+
 // The participant a per-participant export names.
 struct PersonRef
 {
@@ -55,7 +58,10 @@ bool checkPlay(const ScreenUse& use, void* hPlay, PersonRef* ref, const char* na
     if (!kxplatform::isReadable(hPlay, sizeof(ST_KXPlayHdl))
         || !kxplay::lookup(hPlay, use.handle(), &ref->record, &ref->serial)) {
         KXLOG << "IsBadReadPtr(pPlay, sizeof(ST_KXPlayHdl))";
-        refuse(name, "not a play handle of this gallery (never issued, deleted, or another gallery's)", hPlay);
+        refuse(name, use.handle()->hadDelPlay(hPlay)
+                         ? kDeletedPlay
+                         : "not a play handle of this gallery (never issued, or another gallery's)",
+               hPlay);
         return false;
     }
     return true;
@@ -283,7 +289,7 @@ int KXScreen_PlayFrame(void* hScreen, void* hPlay, void* frame)
         }
         if (use.handle()->hadDelPlay(hPlay)) {
             KXLOG << "iter != pScreen->mapHadDelPlay.end()";
-            refuse("KXScreen_PlayFrame", "the participant was deleted (KXScreen_DelPerson)", hPlay);
+            refuse("KXScreen_PlayFrame", kDeletedPlay, hPlay);
             return 0;
         }
         PersonRef ref;
@@ -296,8 +302,9 @@ int KXScreen_PlayFrame(void* hScreen, void* hPlay, void* frame)
         }
         auto* f = static_cast<KxCloudRTCVideoFrameQT*>(frame);
         if (const char* reason = kxvideo::frameRejectReason(f->data, f->width, f->height, f->length)) {
-            KXWARN << "[ScreenMod]PlayFrame refused:" << reason << ",userName:" << ref.record->userName
-                       << ",size:" << f->width << "x" << f->height << ",length:" << f->length;
+            KXWARN << QStringLiteral("[ScreenMod]KXScreen_PlayFrame refused: %1 (%2x%3, length %4), userName: %5")
+                          .arg(QLatin1String(reason)).arg(f->width).arg(f->height).arg(f->length)
+                          .arg(ref.record->userName);
             return 0;
         }
         return use.screen()->playFrame(ref.record, f) ? 1 : 0;
@@ -313,7 +320,7 @@ int KXScreen_Preview(void* hScreen, void* hPlay, bool bPreview)
             return 0;
         if (hPlay && use.handle()->hadDelPlay(hPlay)) {
             KXLOG << "iter != pScreen->mapHadDelPlay.end()";
-            refuse("KXScreen_Preview", "the participant was deleted (KXScreen_DelPerson)", hPlay);
+            refuse("KXScreen_Preview", kDeletedPlay, hPlay);
             return 0;
         }
         PersonRef ref;
@@ -509,6 +516,26 @@ int KXScreen_IsIconic(void* hScreen)
         QDlgScreen* screen = use.screen();
         return (screen->isMinimized() || screen->window()->isMinimized()) ? 1 : 0;
     });
+}
+
+// The host's own page buttons. They read the gallery and relayout it at once,
+// so they belong on the interface thread.
+int KXScreen_SetPage(void* hScreen, int iPage)
+{
+    return interfaceCall("KXScreen_SetPage", hScreen, 0,
+                         [iPage](const ScreenUse& use) { return use.screen()->setPage(iPage); });
+}
+
+int KXScreen_GetPage(void* hScreen)
+{
+    return interfaceCall("KXScreen_GetPage", hScreen, 0,
+                         [](const ScreenUse& use) { return use.screen()->shownPage(); });
+}
+
+int KXScreen_GetPageCount(void* hScreen)
+{
+    return interfaceCall("KXScreen_GetPageCount", hScreen, 0,
+                         [](const ScreenUse& use) { return use.screen()->shownPageCount(); });
 }
 
 // ---------------------------------------------------------------------------

@@ -93,7 +93,17 @@ struct tagPersonInfo
     // The next serial number (never 0).
     static quint64 nextSerial();
 
-    bool isShareScreen() const { return userID.startsWith(QLatin1String("sharescreen_")); }
+    // A screen share is a record of its own whose user ID is the sharer's
+    // with this prefix. The record counts as a share when its ID begins with
+    // the prefix; a tile and its overlay treat an ID that contains it anywhere
+    // as a share. Both rules are case-sensitive.
+    static constexpr char kSharePrefix[] = "sharescreen_";
+    static bool isShareID(const QString& id) { return id.startsWith(QLatin1String(kSharePrefix)); }
+    static bool showsShare(const QString& id) { return id.contains(QLatin1String(kSharePrefix)); }
+    // The sharer's user ID in a share's ID.
+    static QString sharerOf(const QString& shareID) { return shareID.mid(int(sizeof(kSharePrefix)) - 1); }
+
+    bool isShareScreen() const { return isShareID(userID); }
     bool isUnjoined() const { return userID.startsWith(QLatin1String("unjoined_")); }
     bool hasVideo() const { return bPreview && eStreamStatus != 0 && eStreamStatus != 1; }
 };

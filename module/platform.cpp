@@ -96,6 +96,12 @@ bool isReadable(const void* p, std::size_t size)
 void registerLive(const void*, std::size_t) {}
 void unregisterLive(const void*) {}
 
+void retireThread(std::thread& t)
+{
+    if (t.joinable())
+        t.detach();
+}
+
 bool readPlayData(const void* hPlay, void** record)
 {
     if (!isReadable(hPlay, sizeof(ST_KXPlayHdl)))
@@ -149,6 +155,12 @@ bool isReadable(const void* p, std::size_t size)
     std::lock_guard<std::mutex> lock(g_liveLock);
     auto it = liveSet().constFind(p);
     return it != liveSet().constEnd() && it.value() == size;
+}
+
+void retireThread(std::thread& t)
+{
+    if (t.joinable())
+        t.join();
 }
 
 void registerLive(const void* p, std::size_t size)

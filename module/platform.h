@@ -3,6 +3,7 @@
 
 #include <QByteArray>
 #include <cstddef>
+#include <thread>
 
 // The one place where the module touches the operating system directly:
 // display scale factors and pointer readability.
@@ -27,6 +28,12 @@ void unregisterLive(const void* p);
 // Reads the participant record of a play handle atomically with its liveness
 // check. Returns false (and leaves *record alone) when the handle is not live.
 bool readPlayData(const void* hPlay, void** record);
+
+// Ends a thread of the module's own as the module goes away: waited for, so
+// that it is done before the library's code is unloaded. Under the Windows
+// loader lock, where the library unloads, a thread cannot finish: there it is
+// left to run out by itself.
+void retireThread(std::thread& t);
 
 } // namespace kxplatform
 

@@ -6,6 +6,7 @@
 #include "kxsync.h"
 #include "modulelog.h"
 #include "personinfo.h"
+#include "platform.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -60,7 +61,12 @@ QKXScreenConfig::QKXScreenConfig(QObject* parent)
     }
 }
 
-QKXScreenConfig::~QKXScreenConfig() = default;
+QKXScreenConfig::~QKXScreenConfig()
+{
+    // The reader runs the module's code: a host may unload the library while
+    // it reads.
+    kxplatform::retireThread(m_settingsReader);
+}
 
 bool QKXScreenConfig::event(QEvent* e)
 {
@@ -133,9 +139,12 @@ QString QKXScreenConfig::baseDir() const
 
 void QKXScreenConfig::getLoadingParam()
 {
-    // The disk is read on a thread of its own so that KXScreen_Init never waits
-    // for it; the two flags are written once and read without a lock.
-    std::thread([this]() { loadSettingsNow(); }).detach();
+    // The disk is read on a thread of its own so that KXScreen_Init does not
+    // wait for it (only, if it is still going, for the read the Init before
+    // started); the two flags are written once and read without a lock.
+    if (m_settingsReader.joinable())
+        m_settingsReader.join();
+    m_settingsReader = std::thread([this]() { loadSettingsNow(); });
 }
 
 void QKXScreenConfig::loadSettingsNow()
@@ -143,12 +152,20 @@ void QKXScreenConfig::loadSettingsNow()
     const QString iniFile = baseDir() + QStringLiteral("/user_data/sys_ver.ini");
     bool cacheFrame = false;
     bool showRes = false;
+    // A directory without our settings is not an error, but the host should
+    // hear that the module runs on its defaults: it may have meant another.
     if (QFileInfo(iniFile).isFile()) {
         QSettings settings(iniFile, QSettings::IniFormat);
         if (settings.status() == QSettings::NoError) {
             cacheFrame = settings.value(QStringLiteral("version/cache_frame1"), false).toBool();
             showRes = settings.value(QStringLiteral("version/show_resolution"), false).toBool();
+        } else {
+            KXWARN << "[ScreenMod]KXScreen_Init: the settings file" << iniFile
+                   << "cannot be read as INI; the defaults are used";
         }
+    } else {
+        KXWARN << "[ScreenMod]KXScreen_Init: no settings file" << iniFile
+               << "(baseDir + \"/user_data/sys_ver.ini\"); the defaults are used";
     }
     m_bCacheFrame.store(cacheFrame);
     m_bShowResolution.store(showRes);

@@ -8,6 +8,7 @@
 #include <QRect>
 #include <QString>
 #include <atomic>
+#include <thread>
 
 class CAbsUIMsgCallback;
 class QWidget;
@@ -123,6 +124,7 @@ private:
     QList<CAbsUIMsgCallback*> m_callbacks;
     mutable std::mutex m_settingsLock;           // guards m_qstrBaseDir, dpi
     QString m_qstrBaseDir;
+    std::thread m_settingsReader;                // reads the settings file for Init
     double m_dpi1 = 1.0;
     double m_dpi2 = 1.0;
     std::recursive_mutex m_frameLock;

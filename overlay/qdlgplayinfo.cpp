@@ -25,7 +25,6 @@ const QColor kPlate(0, 0, 0, 128);
 const QColor kMoreFill(0, 0, 0, 120);
 const QColor kRecallFill(0x2B, 0xA4, 0x71);
 
-const QLatin1String kSharePrefix("sharescreen_");
 const QLatin1String kUnjoinedPrefix("unjoined_");
 
 // "net_level_1" .. "net_level_6", made once: a refresh asks for one each time.
@@ -246,7 +245,7 @@ QDlgPlayInfo::View QDlgPlayInfo::makeView(const tagPersonInfo* p) const
     const QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
     static const GalleryState kNoGallery;
     const GalleryState& gallery = m_pGallery ? *m_pGallery : kNoGallery;
-    v.share = p->userID.startsWith(kSharePrefix);
+    v.share = p->isShareScreen();
     v.unjoined = p->userID.startsWith(kUnjoinedPrefix);
     // No picture: video off, nothing drawn by the tile yet, or frames stopped.
     v.placeholder = !p->bPreview || m_bNoVideo || p->eStreamStatus != 2;
@@ -272,8 +271,8 @@ QDlgPlayInfo::View QDlgPlayInfo::makeView(const tagPersonInfo* p) const
     v.initial = kxoverlay::initialOf(p->userName);
     if (v.initial.isEmpty()) {
         QString id = p->userID;
-        if (id.startsWith(kSharePrefix))
-            id = id.mid(kSharePrefix.size());
+        if (p->isShareScreen())
+            id = tagPersonInfo::sharerOf(id);
         else if (id.startsWith(kUnjoinedPrefix))
             id = id.mid(kUnjoinedPrefix.size());
         v.initial = kxoverlay::initialOf(id);
@@ -418,7 +417,7 @@ void QDlgPlayInfo::rebuild()
 
 bool QDlgPlayInfo::wantsSpinner(const tagPersonInfo* p)
 {
-    return p && !p->bSelf && p->bPreview && p->iNetLevel == 0 && !p->userID.contains(kSharePrefix);
+    return p && !p->bSelf && p->bPreview && p->iNetLevel == 0 && !tagPersonInfo::showsShare(p->userID);
 }
 
 void QDlgPlayInfo::syncSpinner(const tagPersonInfo* p)

@@ -84,7 +84,7 @@ void CPlayWidget::setPersonData(void* person, bool bFlag)
             m_pPersonInfo = nullptr;
             KXLOG << "m_pPersonInfo had delete";
         }
-        wasShare = m_pPersonInfo && m_pPersonInfo->userID.contains(QLatin1String("sharescreen_"));
+        wasShare = m_pPersonInfo && tagPersonInfo::showsShare(m_pPersonInfo->userID);
 
         // A record freed since may come back at the same address: what was
         // painted for it is not this record's picture.
@@ -255,7 +255,7 @@ void CPlayWidget::SetVideoSize(unsigned int width, unsigned int height)
         // Not cleared: the next copy overwrites what the renderer reads.
         p->m_pBufYuv420p = new (std::nothrow) unsigned char[size_t(need)];
         if (!p->m_pBufYuv420p) {
-            KXLOG << "m_pBufYuv420p alloc failed! Maybe no frames shown in the widget，alloc_size=" << need;
+            KXWARN << "m_pBufYuv420p alloc failed! Maybe no frames shown in the widget，alloc_size=" << need;
             p->iBufLen = 0;
         }
     }

@@ -45,6 +45,19 @@ m M06 module/qkxscreenconfig.cpp $'if (bErase)\n        m_deletedPersonRegistry.
 m M07 module/cwin32uicallback.cpp 'm_pScreen->callback(dwMsg, wParam, lParam);' \
       'm_pScreen->callback(dwMsg, lParam, wParam);' \
       "host function receives wParam and lParam swapped"
+m M08 module/qkxscreenconfig.cpp 'kxplatform::retireThread(m_settingsReader);' 'm_settingsReader.detach();' \
+      "the settings reader outlives an unloaded library"
+m M09 gallery/pendingwork.cpp $'        eraseLocked(found.value());\n' '' \
+      "work a host thread repeats waits once per call, not once per kind"
+m M10 module/kxscreenhandle.cpp 'dlg->setOnLost([h](QDlgScreen* screen) { galleryLost(h, screen); });' '' \
+      "a gallery whose parent widget went first is freed under its handle"
+m M11 module/kxscreenhandle.cpp $'cfg->settleAfterNotification();\n        return;' \
+      $'kxsync::post(cfg, []() { settleScreenHandles(); });\n        return;' \
+      "a release held up by a host function asks again on every turn of its event loop"
+m M12 gallery/qdlgscreen_frame.cpp 'if (!isHasPerson(p) && !bKept)' 'if (!isHasPerson(p))' \
+      "a share kept for the external screen never shows as receiving video"
+m M13 gallery/qdlgscreen_ext.cpp 'closedByScreen, this, &QDlgScreen::extReset' 'closedByScreen, this, &QDlgScreen::extClose' \
+      "a screen that goes away leaves the external screen's state behind"
 
 # --- render -----------------------------------------------------------------
 m R01 render/videoframe.cpp $'h = int(double(W) * (videoH + 1) / videoW);\n        if (h > H) {' \
@@ -54,9 +67,9 @@ m R02 render/videoframe.cpp 'if (H - h < 2)' 'if (H - h < 1)' \
       "letterbox snap off by one"
 m R03 render/videoframe.cpp 'const qint64 A = width & ~7;' 'const qint64 A = width & ~3;' \
       "rows cut to a multiple of 4 instead of 8"
-m R04 render/videoframe.cpp 'const qint64 need = 2 * width * height + 20480;' \
-      'const qint64 need = 2 * width * height;' \
-      "frame buffer without its reserve"
+m R04 render/videoframe.cpp 'if (width > kMaxFrameSide || height > kMaxFrameSide)' \
+      'if (width >= kMaxFrameSide || height >= kMaxFrameSide)' \
+      "frames of the largest side taken no more"
 m R05 render/cplaywidget.cpp 'if (dx > 5 || dy > 5)' 'if (dx > 50 || dy > 50)' \
       "a drag still yields a click"
 m R06 render/tileglsurface.cpp $'0.0f, 1.0f,\n    1.0f, 1.0f,\n    0.0f, 0.0f,\n    1.0f, 0.0f,' \
@@ -85,8 +98,8 @@ m G05 gallery/qdlgscreen_roster.cpp 'm_vecPerson.at(0)->bSelf ? 0 : 1' 'm_vecPer
       "newcomer placed on the wrong side of a lone participant"
 m G06 gallery/layoutgeometry.cpp $'if (w0 / 16 > h0 / 9)\n        out.setWidth' $'if (false)\n        out.setWidth' \
       "missing 16:9 fit of wide rectangles"
-m G07 gallery/qdlgscreen_share.cpp $'if (m_iVideoMuteTimerId)\n        killTimer(m_iVideoMuteTimerId);\n    m_iVideoMuteTimerId = startTimer(5000, Qt::CoarseTimer);' \
-      $'if (!m_iVideoMuteTimerId)\n        m_iVideoMuteTimerId = startTimer(5000, Qt::CoarseTimer);' \
+m G07 gallery/qdlgscreen_share.cpp $'if (m_iVideoMuteTimerId)\n        killTimer(m_iVideoMuteTimerId);\n    m_iVideoMuteTimerId = startTimer(m_iVideoMuteDelayMs, Qt::CoarseTimer);' \
+      $'if (!m_iVideoMuteTimerId)\n        m_iVideoMuteTimerId = startTimer(m_iVideoMuteDelayMs, Qt::CoarseTimer);' \
       "video-mute timer not restarted by a relayout"
 m G08 gallery/qdlgscreen_frame.cpp 'if (cfg->testDelPerson(p, false)) {
         KXLOG << "xxxxx QDlgScreen::onPlayFrameUpdateUI' 'if (false) {
@@ -112,6 +125,8 @@ m G17 gallery/layoutgeometry.cpp 'geo.stripX = rc.right() + 2 * g;' 'geo.stripX 
       "right strip one pixel too close"
 m G18 gallery/layoutgeometry.cpp 'rc.setBottom(std::min(top + hh - g, big.bottom()));' 'rc.setBottom(top + hh - g);' \
       "six-cut right column not snapped to the big tile"
+m G19 gallery/qdlgscreen_stream.cpp '(now - p->addTime) > 10000 &&' '(now - p->addTime) > 100000 &&' \
+      "a participant without video waits ahead of the video ten times longer"
 
 # --- overlay ----------------------------------------------------------------
 m O01 overlay/netweakloading.cpp 'kBudgetMs = 15000;' 'kBudgetMs = 12000;' \
@@ -175,8 +190,10 @@ wanted() {
 run_display() {
   if [ -n "${DISPLAY:-}" ]; then "$@"; else xvfb-run -a -s "-screen 0 1920x1080x24" "$@"; fi
 }
+# -o: what the command leaves running (an X server a killed test run left
+# behind) does not keep holding the lock.
 locked() {
-  if [ -n "${KX_BUILD_LOCK:-}" ]; then flock "$KX_BUILD_LOCK" "$@"; else "$@"; fi
+  if [ -n "${KX_BUILD_LOCK:-}" ]; then flock -o "$KX_BUILD_LOCK" "$@"; else "$@"; fi
 }
 
 # Occurrences of FROM in FILE (literal text).

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Builds everything and runs every test, then the whole suite once more in an
+# Checks the weight of the tests against the product (scripts/test-weight.sh),
+# builds everything and runs every test, then the whole suite once more in an
 # AddressSanitizer + UndefinedBehaviorSanitizer build (with leak detection),
 # then the tests that drive frames and exports from host threads in a
 # ThreadSanitizer build, then fuzzes the exports for a fixed short time. Tests that draw need a
@@ -14,6 +15,8 @@
 #                                         (a third of it again with it shown)
 set -euo pipefail
 cd "$(dirname "$0")/.."
+# Cheap, so first: a change that makes the tests too heavy fails at once.
+scripts/test-weight.sh
 jobs=$(nproc)
 run_display() {
   if [ -n "${DISPLAY:-}" ]; then "$@"; else xvfb-run -a -s "-screen 0 1920x1080x24" "$@"; fi

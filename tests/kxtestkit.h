@@ -220,6 +220,15 @@ inline bool near(const QColor& a, const QColor& b, int tol = 2)
 {
     return qAbs(a.red() - b.red()) <= tol && qAbs(a.green() - b.green()) <= tol && qAbs(a.blue() - b.blue()) <= tol;
 }
+// Pixels of r where a and b differ by more than tol in some channel.
+inline int differing(const QImage& a, const QImage& b, const QRect& r, int tol = 0)
+{
+    int n = 0;
+    for (int y = r.top(); y <= r.bottom(); ++y)
+        for (int x = r.left(); x <= r.right(); ++x)
+            n += near(a.pixelColor(x, y), b.pixelColor(x, y), tol) ? 0 : 1;
+    return n;
+}
 
 // --- threads, pumping, lookups ----------------------------------------------
 // Runs f on a thread of its own, as a host's media or signalling thread would.
@@ -326,30 +335,21 @@ struct Gallery
         pump();
         return ok;
     }
-    QVector<tagPersonInfo*> shown() const
+    // Who the gallery shows, or (pip) who the floating window shows, in order.
+    QVector<tagPersonInfo*> shown(bool pip = false) const
     {
         QVector<tagPersonInfo*> out;
         for (tagPersonInfo* p : screen()->persons())
-            if (p->pWidget && p->pWidget->isVisible() && p->pWidget->window() != screen()->GetPicInPicWidgetPtr())
+            if (p->pWidget && p->pWidget->isVisible()
+                && (p->pWidget->window() == screen()->GetPicInPicWidgetPtr()) == pip)
                 out.append(p);
         return out;
     }
-    // Who the floating window shows, in its order.
-    QVector<tagPersonInfo*> inPicInPic() const
-    {
-        QVector<tagPersonInfo*> out;
-        for (tagPersonInfo* p : screen()->persons())
-            if (p->pWidget && p->pWidget->isVisible() && p->pWidget->window() == screen()->GetPicInPicWidgetPtr())
-                out.append(p);
-        return out;
-    }
+    QVector<tagPersonInfo*> inPicInPic() const { return shown(true); }
     QRect tile(int i) const { return rec(i)->pWidget ? rec(i)->pWidget->geometry() : QRect(); }
 };
 
 enum Ctrl { PageNext = 0, StripNext, PagePre, StripPre, PageDown, PageUp, LeftShow, RightHide };
-
-// Page turns closer than 80 ms apart count as one.
-inline void turnWait() { QTest::qWait(100); }
 
 } // namespace kxtest
 

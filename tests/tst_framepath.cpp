@@ -4,6 +4,7 @@
 // dump: tst_badinput; delivery racing removal: tst_lifecycle).
 #include "kxtestkit.h"
 #include "qdlgplayinfo.h"
+#include "testhooks.h"
 
 using namespace kxtest;
 
@@ -29,7 +30,8 @@ private slots:
             pump();
             CPlayWidget* tile = g.rec(0)->pWidget;
             QVERIFY(tile && tile->isVisible());
-            tile->playInfo()->hide(); // every sampled pixel is video
+            // every sampled pixel is video
+            tile->playInfo()->hide();
             const int painted = tile->paintedFrames();
             // A freshly placed tile ignores frames for a moment; the host keeps sending.
             QTRY_VERIFY((onHostThread([&]() { return KXScreen_PlayFrame(g.h, g.handles.at(0), &f.rec); }),
@@ -38,9 +40,11 @@ private slots:
             const QImage img = tile->grabFramebuffer();
             for (int b = 0; b < 6; ++b) {
                 const QColor got = img.pixelColor(img.width() * (2 * b + 1) / 12, img.height() * 3 / 4);
-                QVERIFY2(near(got, Frame::blockColour(b)), qPrintable(QStringLiteral("block %1 is %2").arg(b).arg(got.name())));
+                QVERIFY2(near(got, Frame::blockColour(b)),
+                         qPrintable(QString("block %1 is %2").arg(b).arg(got.name())));
             }
-            QVERIFY(near(img.pixelColor(img.width() * 9 / 12, img.height() / 32), Qt::white)); // upright
+            // upright
+            QVERIFY(near(img.pixelColor(img.width() * 9 / 12, img.height() / 32), Qt::white));
         }
     }
 
@@ -69,28 +73,33 @@ private slots:
         // are counted, the rest dropped meanwhile).
         QCOMPARE(KXScreen_Preview(g.h, g.handles.at(3), false), 1);
         static std::atomic<int> lines{0};
-        const QtMessageHandler next = qInstallMessageHandler([](QtMsgType, const QMessageLogContext& c, const QString&) {
-            lines += c.category && qstrcmp(c.category, "kxscreen") == 0 ? 1 : 0;
-        });
+        const QtMessageHandler next
+            = qInstallMessageHandler([](QtMsgType, const QMessageLogContext& c, const QString&) {
+                  lines += c.category && qstrcmp(c.category, "kxscreen") == 0 ? 1 : 0;
+              });
         const int r = onHostThread([&]() { return KXScreen_PlayFrame(g.h, g.handles.at(3), &f.rec); });
         qInstallMessageHandler(next);
         QCOMPARE(r, 0);
         QCOMPARE(lines.load(), 0);
         QVERIFY(!g.rec(3)->m_pBufYuv420p);
-        // While the interface thread holds the frame lock (a tile reading its
-        // buffer), a host thread's copy waits.
-        std::atomic<bool> done{false};
-        std::unique_lock<std::recursive_mutex> lock(QKXScreenConfig::getInstance()->frameLock());
-        std::thread media([&]() {
-            KXScreen_PlayFrame(g.h, g.handles.at(0), &f.rec);
-            done = true;
+        // While a host thread copies a frame (held just past its handle
+        // check), it holds the frame lock: no tile reads the buffer meanwhile.
+        static std::atomic<bool> parked{false}, resume{false};
+        kxhooks::setHook([](kxhooks::Point) {
+            if (QThread::currentThread() != qApp->thread() && !parked.exchange(true))
+                while (!resume)
+                    std::this_thread::yield();
         });
-        QTest::qSleep(300);
-        const bool early = done.load();
-        lock.unlock();
+        std::thread media([&]() { KXScreen_PlayFrame(g.h, g.handles.at(0), &f.rec); });
+        QTRY_VERIFY(parked.load());
+        std::recursive_mutex& frameLock = QKXScreenConfig::getInstance()->frameLock();
+        const bool free = frameLock.try_lock();
+        resume = true;
         media.join();
-        QVERIFY2(!early, "the copy did not wait for the frame lock");
-        QVERIFY(done.load());
+        kxhooks::setHook(nullptr);
+        if (free)
+            frameLock.unlock();
+        QVERIFY2(!free, "a frame was copied without the frame lock");
     }
 };
 

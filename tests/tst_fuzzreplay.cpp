@@ -32,7 +32,8 @@ private slots:
         QFile f(path);
         QVERIFY(f.open(QIODevice::ReadOnly));
         const QByteArray bytes = f.readAll();
-        const QString broken = kxfuzz::runOne(reinterpret_cast<const uint8_t*>(bytes.constData()), size_t(bytes.size()));
+        const auto* data = reinterpret_cast<const uint8_t*>(bytes.constData());
+        const QString broken = kxfuzz::runOne(data, size_t(bytes.size()));
         QVERIFY2(broken.isEmpty(), qPrintable(path + QStringLiteral(": ") + broken));
     }
 };

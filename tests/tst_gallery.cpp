@@ -1,7 +1,7 @@
 // The gallery driven through the exports as a host drives it: the controller
 // applies the layout rules, pages, asks for streams, stops and resumes video,
-// follows looks, shares and removals, and tells the host with the header's
-// codes; plus the configuration the exports rest on.
+// follows looks, speakers, shares and removals, and tells the host with the
+// header's codes.
 #include "kxtestkit.h"
 #include "layoutgeometry.h"
 #include "qdlgpicinpic.h"
@@ -10,19 +10,23 @@
 
 #include <QAbstractEventDispatcher>
 #include <QScreen>
-#include <QTemporaryDir>
 #include <QWheelEvent>
 
 using namespace kxtest;
 
 namespace {
 
+const unsigned Open = KXSCREEN_MSG_REMOTE_VIDEO_OPEN, Close = KXSCREEN_MSG_REMOTE_VIDEO_CLOSE;
+
+// One notch of the wheel over w: dy 120 away from the user, -120 toward.
 void wheel(QWidget* w, int dy, QPoint at = {100, 100}, Qt::KeyboardModifiers mod = Qt::NoModifier)
 {
-    QWheelEvent e(at, QPointF(w->mapToGlobal(at)), QPoint(), QPoint(0, dy), Qt::NoButton, mod, Qt::NoScrollPhase, false);
+    QWheelEvent e(at, QPointF(w->mapToGlobal(at)), QPoint(), QPoint(0, dy), Qt::NoButton, mod, Qt::NoScrollPhase,
+                  false);
     QCoreApplication::sendEvent(w, &e);
 }
 
+// The left button pressed, moved or released at `at` over w.
 void mouse(QWidget* w, QEvent::Type t, QPoint at)
 {
     QMouseEvent e(t, at, w->mapToGlobal(at), Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
@@ -36,58 +40,21 @@ class TstGallery : public QObject
     Q_OBJECT
 private slots:
     void initTestCase() { QVERIFY(moduleLogOn()); }
-    void layoutsApplyTheRules_data()
+    void rightStripHidesAndShows()
     {
-        QTest::addColumn<int>("mode");
-        QTest::addColumn<int>("n");
-        QTest::newRow("six-cut 6") << 2 << 6;
-        QTest::newRow("eight-cut 5") << 3 << 5;
-        QTest::newRow("right strip 3") << 5 << 3;
-        QTest::newRow("bottom strip 4") << 6 << 4;
-        QTest::newRow("speaker4 3") << 8 << 3;
-    }
-
-    void layoutsApplyTheRules()
-    {
-        QFETCH(int, mode);
-        QFETCH(int, n);
-        const int W = 1920, H = 1080;
-        Gallery g(QSize(W, H), n);
-        g.setMode(mode);
+        Gallery g(QSize(1920, 1080), 3);
+        g.setMode(5);
         QDlgScreen* s = g.screen();
-        QCOMPARE(g.shown().size(), n);
-        int strip = 0;
-        for (int i = 0; i < n; ++i) {
-            tagPersonInfo* p = s->persons().at(i);
-            QRect want;
-            if (mode == 2)
-                want = kxlayout::sixCutRect(W, H, n, i);
-            else if (mode == 3)
-                want = kxlayout::eightCutRect(W, H, n, i);
-            else if (mode == 8) {
-                const kxlayout::Speaker4Geometry geo = kxlayout::speaker4Geometry(W, H, n, n - 2, 0);
-                want = (QVector<QRect>{geo.bigLeft, geo.bigRight} + geo.small).at(i);
-            } else {
-                const kxlayout::SpeakerGeometry geo = kxlayout::speakerGeometry(mode, W, H, n, false);
-                want = p == s->focusPerson() ? geo.big : kxlayout::speakerSmallRect(mode, W, H, n, geo, strip++);
-            }
-            QVERIFY(p->pWidget && p->pWidget->personInfo() == p);
-            QCOMPARE(p->pWidget->geometry(), want);
-        }
-        if (mode != 5)
-            return;
-        // The right strip hides and shows again with its controls.
         QMyPageCtrl* hide = g.ctrl(RightHide);
         QVERIFY(hide->isVisible() && !g.ctrl(LeftShow)->isVisible());
         QTest::mouseClick(hide, Qt::LeftButton);
         pump();
-        QVERIFY(s->isStripHidden());
-        QCOMPARE(s->focusPlayWidget()->geometry(), kxlayout::speakerGeometry(5, W, H, n, true).big);
+        QCOMPARE(s->focusPlayWidget()->geometry(), kxlayout::speakerGeometry(5, 1920, 1080, 3, true).big);
         QVERIFY(g.ctrl(LeftShow)->isVisible() && !hide->isVisible());
         QTest::mouseClick(g.ctrl(LeftShow), Qt::LeftButton);
         pump();
-        QVERIFY(!s->isStripHidden());
-        QCOMPARE(s->focusPlayWidget()->geometry(), kxlayout::speakerGeometry(5, W, H, n, false).big);
+        QCOMPARE(s->focusPlayWidget()->geometry(), kxlayout::speakerGeometry(5, 1920, 1080, 3, false).big);
+        QCOMPARE(g.shown().size(), 3);
     }
 
     void pagingAndVideoStop()
@@ -95,65 +62,57 @@ private slots:
         Gallery g(QSize(1280, 720), 8, false);
         Recorder& host = g.host();
         QDlgScreen* s = g.screen();
+        s->setVideoMuteDelay(1000);
         KXScreen_JoinMeetingFinish(g.h);
         // What is on screen is pulled at once...
-        QTRY_COMPARE(host.count(KXSCREEN_MSG_REMOTE_VIDEO_OPEN), 6);
-        QCOMPARE(host.count(KXSCREEN_MSG_REMOTE_VIDEO_CLOSE), 0);
+        QTRY_COMPARE(host.count(Open), 6);
+        QCOMPARE(host.count(Close), 0);
         QCOMPARE(g.shown().size(), 6);
-        QVERIFY(!s->persons().at(6)->pWidget); // off the page: no tile
+        // off the page: no tile
+        QVERIFY(!s->persons().at(6)->pWidget);
         QVERIFY(g.ctrl(PageNext)->isVisible() && !g.ctrl(PagePre)->isVisible());
-        QCOMPARE(g.ctrl(PagePre)->pos(), QPoint(24, (720 - g.ctrl(PagePre)->height()) / 2));
-        // ...what is off screen stops once the layout has been still for five
-        // seconds: every relayout starts the wait again.
-        QTest::qWait(1200);
+        // ...what is off screen stops once the layout has been still for a
+        // while: every relayout starts the wait again.
+        auto remaining = [s]() { return QAbstractEventDispatcher::instance()->remainingTime(s->videoMuteTimerId()); };
+        QTRY_VERIFY(remaining() < 700);
         KXScreen_MoveWindow(g.h, QRect(0, 0, 1200, 700), KXSCREEN_MOVE_SHOW);
         pump();
-        QVERIFY2(QAbstractEventDispatcher::instance()->remainingTime(s->videoMuteTimerId()) > 4500, "not restarted");
-        QTRY_COMPARE_WITH_TIMEOUT(host.count(KXSCREEN_MSG_REMOTE_VIDEO_CLOSE), 2, 8000);
-        QCOMPARE(host.count(KXSCREEN_MSG_REMOTE_VIDEO_CLOSE, s->persons().at(6)), 1);
-        QCOMPARE(host.count(KXSCREEN_MSG_REMOTE_VIDEO_CLOSE, s->persons().at(7)), 1);
-        QCOMPARE(s->videoMuteTimerId(), 0);
-        // Paged back on screen: resumed at once.
+        QVERIFY2(remaining() > 700, "not restarted");
+        QCOMPARE(host.count(Close), 0);
+        QTRY_COMPARE(host.count(Close), 2);
+        QCOMPARE(host.count(Close, s->persons().at(6)) + host.count(Close, s->persons().at(7)), 2);
+        // Paged on screen: resumed at once.
         host.clear();
         QTest::mouseClick(g.ctrl(PageNext), Qt::LeftButton);
         pump();
-        QCOMPARE(host.count(KXSCREEN_MSG_REMOTE_VIDEO_OPEN, s->persons().at(6)), 1);
-        QCOMPARE(host.count(KXSCREEN_MSG_REMOTE_VIDEO_OPEN, s->persons().at(7)), 1);
-        QCOMPARE(s->pageIndex(), 1);
+        QCOMPARE(host.count(Open, s->persons().at(6)) + host.count(Open, s->persons().at(7)), 2);
         QCOMPARE(g.shown(), (QVector<tagPersonInfo*>{s->persons().at(6), s->persons().at(7)}));
-        QCOMPARE(s->persons().at(6)->pWidget->geometry(), kxlayout::equalCutRects(1200, 700, 8, 1).at(0));
         QVERIFY(!g.ctrl(PageNext)->isVisible() && g.ctrl(PagePre)->isVisible());
-        // Keys: Down back, Up forward; the wheel: toward the user forward, and a
-        // second notch within 80 ms is the same turn.
-        turnWait();
-        QTest::keyClick(s, Qt::Key_Down);
-        QCOMPARE(s->pageIndex(), 0);
-        turnWait();
-        QTest::keyClick(s, Qt::Key_Up);
-        QCOMPARE(s->pageIndex(), 1);
-        turnWait();
-        wheel(s, 120);
-        QCOMPARE(s->pageIndex(), 0);
-        wheel(s, -120);
-        QCOMPARE(s->pageIndex(), 0);
-        turnWait();
-        wheel(s, -120);
-        QCOMPARE(s->pageIndex(), 1);
-        turnWait();
-        QTest::keyClick(s, Qt::Key_Up); // past the last page
-        QCOMPARE(s->pageIndex(), 1);
-        // One more: page 1 holds three, never one participant in two tiles.
-        g.add(1);
-        QCOMPARE(g.shown().size(), 3);
-        QSet<CPlayWidget*> tiles;
-        for (tagPersonInfo* p : g.shown())
-            tiles.insert(p->pWidget);
-        QCOMPARE(tiles.size(), 3);
-        // The page empties: back one page. A mode change starts at page 0 too.
-        for (int i = 8; i >= 6; --i)
-            QCOMPARE(KXScreen_DelPerson(g.h, g.handles.at(i)), 1);
+        // The host's own page turns: clamped, at once (no debounce), the way of the controls.
+        QCOMPARE(KXScreen_GetPageCount(g.h), 2);
+        g.host().clear();
+        QCOMPARE(KXScreen_SetPage(g.h, -3), 0);
+        QCOMPARE(g.host().count(KXSCREEN_MSG_REMOTE_VIDEO_OPEN, s->persons().at(0)), 1);
+        QCOMPARE(KXScreen_SetPage(g.h, 99), 1);
+        QVERIFY(KXScreen_GetPage(g.h) == 1 && g.ctrl(PagePre)->isVisible() && s->videoMuteTimerId());
+        // The page empties: back one page.
+        QCOMPARE(KXScreen_DelPerson(g.h, g.handles.at(7)) + KXScreen_DelPerson(g.h, g.handles.at(6)), 2);
         QTRY_COMPARE(s->persons().size(), 6);
         QCOMPARE(s->pageIndex(), 0);
+    }
+
+    void keysAndWheelTurnPages()
+    {
+        // Down back, Up forward; the wheel toward the user forward. A turn
+        // comes at most every 80 ms: a second notch within that is the same turn.
+        Gallery g(QSize(1280, 720), 8);
+        QDlgScreen* s = g.screen();
+        QTRY_COMPARE((QTest::keyClick(s, Qt::Key_Up), s->pageIndex()), 1);
+        QTRY_COMPARE((QTest::keyClick(s, Qt::Key_Down), s->pageIndex()), 0);
+        QTRY_COMPARE((wheel(s, -120), s->pageIndex()), 1);
+        wheel(s, 120);
+        QCOMPARE(s->pageIndex(), 1);
+        QTRY_COMPARE((wheel(s, 120), s->pageIndex()), 0);
     }
 
     void streamRequests()
@@ -193,10 +152,24 @@ private slots:
             if (p != focus)
                 QTRY_COMPARE(host.lastStream(p), int(KXSCREEN_MSG_STREAM_SMALL));
         QCOMPARE(g.shown().size(), 7);
-        QTest::mouseClick(g.ctrl(StripNext), Qt::LeftButton);
+        // A page control is a translucent disc: the corners of its square show the tile as it is (and leave
+        // a click there to the tile), the disc darkens the tile without hiding it.
+        QMyPageCtrl* next = g.ctrl(StripNext);
+        const QPoint corner = next->pos() + QPoint(1, 1), disc = next->geometry().center() - QPoint(12, 0);
+        const QImage with = s->grab().toImage();
+        next->hide();
+        const QImage without = s->grab().toImage();
+        next->show();
+        auto at = [](const QImage& i, QPoint p) { return i.pixelColor(p * i.devicePixelRatio()); };
+        QCOMPARE(at(with, corner), at(without, corner));
+        QVERIFY(s->childAt(corner) != next && s->childAt(disc) == next);
+        const int under = at(without, disc).lightness(), over = at(with, disc).lightness();
+        QVERIFY2(over < under - 20 && over > QColor(0x14, 0x17, 0x1C).lightness() + 20, "hidden or opaque");
+        QTest::mouseClick(next, Qt::LeftButton);
         pump();
         QCOMPARE(s->focusPerson(), focus);
         QCOMPARE(g.shown().size(), 3);
+        QCOMPARE(KXScreen_SetPage(g.h, 5) + KXScreen_GetPageCount(g.h), 1 + 2); // the strip's eight: two pages
         host.clear();
         g.feed();
         QTRY_COMPARE(host.lastStream(s->persons().at(8)), int(KXSCREEN_MSG_STREAM_SMALL));
@@ -215,7 +188,6 @@ private slots:
         QCOMPARE(QString(KXScreen_GetAllLookUserID(g.h)), QString("u2"));
         QCOMPARE(host.count(KXSCREEN_MSG_LOOK_TOAST_ON), 1);
         QCOMPARE(KXScreen_AllLook(g.h, g.handles.at(2), 0), 1);
-        pump();
         QTRY_COMPARE(g.mode(), 1);
         QCOMPARE(host.count(KXSCREEN_MSG_LOOK_TOAST_OFF), 1);
         QCOMPARE(QString(KXScreen_GetAllLookUserID(g.h)), QString());
@@ -236,28 +208,37 @@ private slots:
         QCOMPARE(s->focusPerson(), g.rec(2));
         KXScreen_LockLook(g.h, g.handles.at(2), 0);
         QTRY_COMPARE(g.mode(), 6);
-        // The participant of a look leaves (locked here): the host hears which
-        // look ended, then the toast goes, and the layout from before comes back.
-        g.setMode(1);
-        for (bool all : {false, true}) {
-            all ? KXScreen_AllLook(g.h, g.handles.at(1), 1) : KXScreen_LockLook(g.h, g.handles.at(3), 1);
-            QTRY_COMPARE(g.mode(), 5);
-            host.clear();
-            void* leaving = g.handles.at(all ? 1 : 3);
-            tagPersonInfo* looked = recordOf(leaving);
-            QCOMPARE(KXScreen_DelPerson(g.h, leaving), 1);
-            pump();
-            QVector<unsigned int> codes;
-            for (const HostMsg& m : host.all())
-                codes << m.msg;
-            QCOMPARE(host.last(KXSCREEN_MSG_LOCK_LOOK_CANCELLED).w, uint64_t(quintptr(looked)));
-            QVERIFY(codes.indexOf(KXSCREEN_MSG_LOOK_TOAST_OFF) > codes.indexOf(KXSCREEN_MSG_LOCK_LOOK_CANCELLED));
-            QTRY_COMPARE(g.mode(), 1);
-            QVERIFY(s->persons().contains(s->focusPerson()) || !s->focusPerson());
-        }
     }
 
-    void doubleClickAndFloatingWindow()
+    void lookedAtParticipantLeaves_data()
+    {
+        // everyone looks, or the local user locked
+        QTest::addColumn<bool>("all");
+        QTest::newRow("locked") << false;
+        QTest::newRow("everyone looks") << true;
+    }
+    void lookedAtParticipantLeaves()
+    {
+        // The host hears which look ended, then the toast goes, and the layout
+        // from before comes back.
+        QFETCH(bool, all);
+        Gallery g(QSize(1280, 720), 4);
+        all ? KXScreen_AllLook(g.h, g.handles.at(1), 1) : KXScreen_LockLook(g.h, g.handles.at(1), 1);
+        QTRY_COMPARE(g.mode(), 5);
+        g.host().clear();
+        tagPersonInfo* looked = g.rec(1);
+        QCOMPARE(KXScreen_DelPerson(g.h, g.handles.at(1)), 1);
+        pump();
+        QVector<unsigned int> codes;
+        for (const HostMsg& m : g.host().all())
+            codes << m.msg;
+        QCOMPARE(g.host().last(KXSCREEN_MSG_LOCK_LOOK_CANCELLED).w, uint64_t(quintptr(looked)));
+        QVERIFY(codes.indexOf(KXSCREEN_MSG_LOOK_TOAST_OFF) > codes.indexOf(KXSCREEN_MSG_LOCK_LOOK_CANCELLED));
+        QTRY_COMPARE(g.mode(), 1);
+        QVERIFY(g.screen()->persons().contains(g.screen()->focusPerson()) || !g.screen()->focusPerson());
+    }
+
+    void doubleClick()
     {
         Gallery g(QSize(1280, 720), 3);
         QDlgScreen* s = g.screen();
@@ -266,11 +247,10 @@ private slots:
         QTest::mouseDClick(g.rec(2)->pWidget, Qt::LeftButton);
         QTRY_COMPARE(s->persons().first(), g.rec(2));
         QVERIFY(g.rec(2)->pWidget->playInfo()->badgeIcons().contains("pin"));
-        QCOMPARE(g.tile(2), kxlayout::equalCutRect(1280, 720, 3, 0));
-        QCOMPARE(g.host().last(KXSCREEN_MSG_DBCLICK_TILE).w, uint64_t(5)); // from a grid layout
+        // from a grid layout
+        QCOMPARE(g.host().last(KXSCREEN_MSG_DBCLICK_TILE).w, uint64_t(5));
         QTest::mouseDClick(g.rec(2)->pWidget, Qt::LeftButton);
         pump();
-        QVERIFY(!g.rec(2)->bPinned);
         QVERIFY(!g.rec(2)->pWidget->playInfo()->badgeIcons().contains("pin"));
         // In a speaker layout it shows that tile alone, and another brings the layout back.
         g.setMode(5);
@@ -278,15 +258,18 @@ private slots:
         QTest::mouseDClick(tile, Qt::LeftButton);
         pump();
         QCOMPARE(g.mode(), 9);
-        QCOMPARE(s->maxPlayWidget(), tile);
         QCOMPARE(g.shown(), QVector<tagPersonInfo*>{g.rec(1)});
         QCOMPARE(g.host().last(KXSCREEN_MSG_DBCLICK_TILE).w, uint64_t(6));
         QTest::mouseDClick(tile, Qt::LeftButton);
         QTRY_COMPARE(g.mode(), 5);
         QVERIFY(!s->maxPlayWidget());
+    }
+
+    void floatingWindow()
+    {
+        Gallery g(QSize(1280, 720), 3);
+        QDlgScreen* s = g.screen();
         // Shown from the grid: the stage layout, until it is hidden again.
-        g.setMode(1);
-        g.host().clear();
         QWidget* pip = KXScreen_GetPicInPicWidgetPtr(g.h);
         QCOMPARE(KXScreen_ShowPicInPic(g.h, true), 1);
         QTRY_VERIFY(pip->isVisible() && g.host().count(KXSCREEN_MSG_SHOW_PIC_IN_PIC) == 1);
@@ -321,30 +304,22 @@ private slots:
         g.host().clear();
         KXScreen_SetMeetingRoomMinimized(g.h, true);
         pump();
-        QCOMPARE(g.host().count(KXSCREEN_MSG_REMOTE_VIDEO_CLOSE), 0); // not before the five seconds
-        QCOMPARE(g.host().count(KXSCREEN_MSG_SHOW_PIC_IN_PIC), 0);    // nothing is shared
+        // not before the delay
+        QCOMPARE(g.host().count(Close), 0);
+        // nothing is shared
+        QCOMPARE(g.host().count(KXSCREEN_MSG_SHOW_PIC_IN_PIC), 0);
         s->onVideoMuteTimer();
-        QCOMPARE(g.host().count(KXSCREEN_MSG_REMOTE_VIDEO_CLOSE), 2);
-        QCOMPARE(g.host().count(KXSCREEN_MSG_REMOTE_VIDEO_CLOSE, g.inPicInPic().value(0)), 0);
+        QCOMPARE(g.host().count(Close), 2);
+        QCOMPARE(g.host().count(Close, g.inPicInPic().value(0)), 0);
         g.host().clear();
         KXScreen_SetMeetingRoomMinimized(g.h, false);
         pump();
-        QCOMPARE(g.host().count(KXSCREEN_MSG_REMOTE_VIDEO_OPEN, other), 1);
+        QCOMPARE(g.host().count(Open, other), 1);
         // Hidden on request: the layout comes back, and with it every tile.
         QCOMPARE(KXScreen_ShowPicInPic(g.h, false), 1);
         QTRY_VERIFY(!pip->isVisible() && g.shown().size() == 3);
         QCOMPARE(g.mode(), 1);
-        // Hidden by the host in a stage layout: it stays hidden, the others stop.
-        g.setMode(4);
-        QTRY_VERIFY(pip->isVisible());
-        pip->hide();
-        pump();
-        QVERIFY(g.inPicInPic().isEmpty());
-        g.host().clear();
-        s->onVideoMuteTimer();
-        QCOMPARE(g.host().count(KXSCREEN_MSG_REMOTE_VIDEO_CLOSE), 2);
         // Its close control hides it as the host does, until the layout changes.
-        g.setMode(2);
         g.setMode(4);
         QTRY_VERIFY(pip->isVisible());
         QTest::mouseClick(pip->findChild<QWidget*>("pipClose"), Qt::LeftButton);
@@ -356,86 +331,100 @@ private slots:
     {
         Gallery g(QSize(1280, 720), 9);
         QDlgScreen* s = g.screen();
-        s->setSpeakerHoldTimes(300, 600);
-        QByteArray u2("u2,u5"), u7("u7"), u1("u1"), u3("u3"), u4("u4"), u8("u8"), none("nobody"), me("Me");
-        // The border shows who speaks at once; in the grid a speaker already
-        // on screen keeps its tile once it holds the stage.
+        // how long a speaker must talk is the rules' (tst_rules)
+        s->setSpeakerHoldTimes(0, 0);
+        QByteArray u2("u2,u5"), u7("u7"), u1("u1"), u4("u4"), u8("u8"), none("nobody"), me("Me");
+        // The border shows who speaks; in the grid a speaker already on screen
+        // keeps its tile.
         const QRect kept = g.tile(2);
         KXScreen_SetCurSpeakPerson(g.h, u2.data());
-        pump();
-        QVERIFY(g.rec(2)->pWidget->playInfo()->isSpeakingShown() && g.rec(5)->pWidget->playInfo()->isSpeakingShown());
         QTRY_COMPARE(s->stageSpeaker(), QString("u2"));
+        QVERIFY(g.rec(2)->pWidget->playInfo()->isSpeakingShown() && g.rec(5)->pWidget->playInfo()->isSpeakingShown());
         QCOMPARE(g.tile(2), kept);
         // One off the page takes the place of who spoke least recently on the
         // first page (u2 and u5 spoke: u4, before u5), nobody else moves.
         const QRect third = g.tile(3);
         KXScreen_SetCurSpeakPerson(g.h, u7.data());
-        QTRY_COMPARE(s->stageSpeaker(), QString("u7"));
-        QVERIFY(!g.rec(2)->pWidget->playInfo()->isSpeakingShown());
         QTRY_COMPARE(s->persons().indexOf(g.rec(7)), 4);
-        QCOMPARE(g.tile(7), kxlayout::equalCutRect(1280, 720, 9, 4));
+        QVERIFY(!g.rec(2)->pWidget->playInfo()->isSpeakingShown());
         QCOMPARE(g.tile(2), kept);
         QCOMPARE(g.tile(3), third);
-        // In a speaker layout people talking over each other do not move the
-        // stage, repeated reports do nothing at all, and the local user never
-        // takes it.
+        // In a speaker layout repeated reports do nothing at all, and the
+        // local user never takes the stage.
         g.setMode(5);
         QTRY_COMPARE(s->focusPerson(), g.rec(7));
-        const int changes = s->stageSpeakerChanges();
-        for (int i = 0; i < 6; ++i) {
-            KXScreen_SetCurSpeakPerson(g.h, i % 2 ? u1.data() : u3.data());
-            QTest::qWait(120);
-        }
         KXScreen_SetPersonInfo(g.h, g.handles.at(4), true, 0, me.data());
+        KXScreen_SetCurSpeakPerson(g.h, u1.data());
+        QTRY_COMPARE(s->focusPerson(), g.rec(1));
         pump();
-        const int opens = g.host().count(KXSCREEN_MSG_REMOTE_VIDEO_OPEN);
+        const int opens = g.host().count(Open), changes = s->stageSpeakerChanges();
         for (int i = 0; i < 5; ++i)
-            KXScreen_SetCurSpeakPerson(g.h, u3.data());
-        pump();
-        QCOMPARE(g.host().count(KXSCREEN_MSG_REMOTE_VIDEO_OPEN), opens); // no relayout
-        QCOMPARE(s->stageSpeakerChanges(), changes);
+            KXScreen_SetCurSpeakPerson(g.h, u1.data());
         KXScreen_SetCurSpeakPerson(g.h, u4.data());
-        QTest::qWait(900);
-        QCOMPARE(s->focusPerson(), g.rec(7));
+        pump();
+        // no relayout
+        QCOMPARE(g.host().count(Open), opens);
+        QCOMPARE(s->stageSpeakerChanges(), changes);
+        QCOMPARE(s->focusPerson(), g.rec(1));
         // A pin outranks the speaker; an unknown ID unpins.
         KXScreen_FocusByUserID(g.h, u8.data());
         QTRY_COMPARE(s->focusPerson(), g.rec(8));
         QVERIFY(g.rec(8)->pWidget->playInfo()->badgeIcons().contains("pin"));
         KXScreen_FocusByUserID(g.h, none.data());
-        QTRY_COMPARE(s->focusPerson(), g.rec(7));
-        QVERIFY(!g.rec(8)->bPinned);
-        // Cancelling voice activation takes the speaker off the stage at once.
-        KXScreen_SetVoiceActivateByUserID(g.h, u1.data());
         QTRY_COMPARE(s->focusPerson(), g.rec(1));
+        // Cancelling voice activation takes the speaker off the stage at once.
+        KXScreen_SetVoiceActivateByUserID(g.h, u7.data());
+        QTRY_COMPARE(s->focusPerson(), g.rec(7));
         KXScreen_CancelVoiceActivate(g.h);
         pump();
-        QVERIFY(s->focusPerson() != g.rec(1));
-        QCOMPARE(s->stageSpeaker(), QString());
-        // It stays cancelled (a report would take the stage at once here): the border follows who speaks,
-        // the stage does not, until voice activation is set again, which needs no hold.
-        s->setSpeakerHoldTimes(0, 0);
-        KXScreen_SetCurSpeakPerson(g.h, u3.data());
+        QVERIFY(s->focusPerson() != g.rec(7) && s->stageSpeaker().isEmpty());
+        // It stays cancelled: the border follows who speaks, the stage does not, until voice activation is
+        // set again, which puts that participant there at once, however long the hold.
+        KXScreen_SetCurSpeakPerson(g.h, u8.data());
         pump();
-        QVERIFY(g.rec(3)->bSpeaking && s->stageSpeaker().isEmpty());
-        s->setSpeakerHoldTimes(300, 600);
-        KXScreen_SetVoiceActivateByUserID(g.h, u4.data());
+        QVERIFY(g.rec(8)->bSpeaking && s->stageSpeaker().isEmpty());
+        s->setSpeakerHoldTimes(60000, 60000);
+        KXScreen_SetVoiceActivateByUserID(g.h, u1.data());
         pump();
-        QCOMPARE(s->focusPerson(), g.rec(4));
+        QCOMPARE(s->focusPerson(), g.rec(1));
+    }
+
+    void stalledParticipantMovesBack()
+    {
+        // Someone who joined early with the camera off waits ahead of the video
+        // until ten seconds have passed (the record's time stamp is moved back
+        // rather than waited for); then the one-second check reorders.
+        Gallery g(QSize(1280, 720), 2);
+        g.feed();
+        QByteArray id("early");
+        void* early = KXScreen_AddPerson(g.h, id.data(), id.data(), id.data(), 5, 0, nullptr, 1);
+        KXScreen_Preview(g.h, early, false);
+        pump();
+        tagPersonInfo* r = recordOf(early);
+        QDlgScreen* s = g.screen();
+        QCOMPARE(s->persons().first(), r);
+        r->addTime -= 9000;
+        s->onCheckTimer();
+        pump();
+        QCOMPARE(s->persons().first(), r);
+        r->addTime -= 2000;
+        QTRY_COMPARE(s->persons().last(), r);
     }
 
     void shareTakesTheStage()
     {
         Gallery g(QSize(1280, 720), 6);
         QDlgScreen* s = g.screen();
-        QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
         g.setMode(8);
         g.host().clear();
         QByteArray id("sharescreen_u1"), name("P1's screen");
-        void* share = KXScreen_AddPerson(g.h, id.data(), id.data(), name.data(), 5000, 0, reinterpret_cast<void*>(0x55), 1);
+        void* share
+            = KXScreen_AddPerson(g.h, id.data(), id.data(), name.data(), 5000, 0, reinterpret_cast<void*>(0x55), 1);
         QTRY_COMPARE(s->persons().size(), 7);
         tagPersonInfo* sr = recordOf(share);
         QTRY_COMPARE(s->focusPerson(), sr);
-        QCOMPARE(s->persons().at(1)->userID, QString("u1")); // the sharer right after
+        // the sharer right after
+        QCOMPARE(s->persons().at(1)->userID, QString("u1"));
         QCOMPARE(QString(KXScreen_GetShareUserID(g.h)), QString("u1"));
         const HostMsg tip = g.host().last(KXSCREEN_MSG_SHARE_TIP);
         QVERIFY(tip.w == quintptr(sr) && tip.l == 0x55);
@@ -446,69 +435,34 @@ private slots:
         auto* pip = qobject_cast<QDlgPicInPic*>(KXScreen_GetPicInPicWidgetPtr(g.h));
         QVERIFY(pip && pip->isVisible());
         QCOMPARE(g.host().count(KXSCREEN_MSG_SHOW_PIC_IN_PIC) + g.inPicInPic().size(), 2);
-        g.feed(); // a changed stream type is asked for with the participant's next frame
+        // a changed stream type is asked for with the participant's next frame
+        g.feed();
         QCOMPARE(g.host().lastStream(g.inPicInPic().first()), int(KXSCREEN_MSG_STREAM_SMALL));
-        QCOMPARE(g.host().lastStream(sr), 0); // a share is never asked to switch
+        // a share is never asked to switch
+        QCOMPARE(g.host().lastStream(sr), 0);
+        // The watermark covers the whole share, corners too, never a camera.
         QDlgPlayInfo* info = sr->pWidget->playInfo();
-        auto changed = [](const QImage& a, const QImage& b, const QRect& r) {
-            int n = 0;
-            for (int y = r.top(); y <= r.bottom(); ++y)
-                for (int x = r.left(); x <= r.right(); ++x)
-                    n += a.pixel(x, y) != b.pixel(x, y) ? 1 : 0;
-            return n;
-        };
         const QImage plain = info->grab().toImage();
-        const QRect all = plain.rect();
-        const QRect corner(0, 0, all.width() / 4, all.height() / 4);
-        const QRect centre(all.center() - QPoint(20, 8), QSize(40, 16));
-        // The watermark covers the whole share, corners too.
+        const QRect all = plain.rect(), corner(0, 0, all.width() / 4, all.height() / 4);
         KXScreen_SetShareWatermark(g.h, QStringLiteral("alice@example 10:42"), true);
         pump();
-        QCOMPARE(info->watermarkShown(), QStringLiteral("alice@example 10:42"));
         const QImage marked = info->grab().toImage();
-        QVERIFY(changed(plain, marked, corner) > corner.width() * corner.height() / 50);
-        QVERIFY(changed(plain, marked, all.translated(all.width() * 3 / 4, all.height() * 3 / 4) & all) > 0);
-        QVERIFY(g.inPicInPic().first()->pWidget->playInfo()->watermarkShown().isEmpty()); // never on a camera
+        QVERIFY(differing(plain, marked, corner) > corner.width() * corner.height() / 50);
+        QVERIFY(g.inPicInPic().first()->pWidget->playInfo()->watermarkShown().isEmpty());
         KXScreen_SetShareWatermark(g.h, QString(), false);
-        QCOMPARE(changed(plain, info->grab().toImage(), all), 0);
+        QCOMPARE(differing(plain, info->grab().toImage(), all), 0);
         // Paused: a marker in the middle, nothing else.
         KXScreen_SetSharePaush(g.h, true);
         pump();
         const QImage paused = info->grab().toImage();
-        QVERIFY(changed(plain, paused, centre) > centre.width() * centre.height() * 9 / 10);
-        QCOMPARE(changed(plain, paused, corner), 0);
+        const QRect centre(all.center() - QPoint(20, 8), QSize(40, 16));
+        QVERIFY(differing(plain, paused, centre) > centre.width() * centre.height() * 9 / 10);
+        QCOMPARE(differing(plain, paused, corner), 0);
         KXScreen_SetSharePaush(g.h, false);
         QVERIFY(!info->isPausedShown());
-        // A click in the window chooses who "one" shows; the share keeps the stage.
-        emit pip->notifyClickPicInPicPlayWidget(g.rec(4));
-        QVERIFY(g.inPicInPic() == QVector<tagPersonInfo*>{g.rec(4)} && s->focusPerson() == sr);
-        // Several: four to a page, the last page clamped when people leave.
-        emit pip->notifyPicInPicMutil(true);
-        QCOMPARE(g.inPicInPic().size(), 4);
-        emit pip->notifyPicInPicChangePage(true);
-        QCOMPARE(pip->pageIndex(), 1);
-        const QVector<tagPersonInfo*> lastPage = g.inPicInPic();
-        QCOMPARE(lastPage.size(), 2);
-        g.feed();
-        for (tagPersonInfo* p : lastPage)
-            QCOMPARE(g.host().lastStream(p), int(KXSCREEN_MSG_STREAM_SMALL));
-        QCOMPARE(KXScreen_DelPerson(g.h, g.handles.at(s->persons().indexOf(lastPage.first()) - 1)), 1);
-        pump();
-        QTRY_COMPARE(pip->pageIndex(), 1);
-        KXScreen_DelPerson(g.h, g.handles.at(0));
-        QTRY_COMPARE(pip->pageIndex(), 0);
-        QCOMPARE(g.inPicInPic().size(), 4);
-        // Back to one: whoever left the window is stopped once the five seconds are up.
-        g.host().clear();
-        emit pip->notifyPicInPicOne();
-        const QVector<tagPersonInfo*> one = g.inPicInPic();
-        QVERIFY(s->videoMuteTimerId() != 0 && one.size() == 1);
-        s->onVideoMuteTimer();
-        QCOMPARE(g.host().count(KXSCREEN_MSG_REMOTE_VIDEO_CLOSE), 3);
-        QCOMPARE(g.host().count(KXSCREEN_MSG_REMOTE_VIDEO_CLOSE, one.first()), 0);
-        // One click on the stage shows or hides the host's toolbar.
+        // One click on the stage shows or hides the host's toolbar, once no second click can follow.
         QTest::mouseClick(sr->pWidget, Qt::LeftButton);
-        QTRY_COMPARE(g.host().count(KXSCREEN_MSG_TOOLBAR_SHOW), 1); // once no second click can follow
+        QTRY_COMPARE(g.host().count(KXSCREEN_MSG_TOOLBAR_SHOW), 1);
         // A whiteboard takes the stage; beside a share it takes the right half.
         g.host().clear();
         KXScreen_ShareWhiteBoard(g.h, "u1", true, false);
@@ -524,7 +478,6 @@ private slots:
         KXScreen_ShareWhiteBoard(g.h, "u1", false, true);
         QTRY_COMPARE(sr->pWidget->geometry(), kxlayout::shareStageRect(1280, 720));
         QVERIFY(!board->isVisible());
-        QCOMPARE(g.mode(), 4);
         // Who speaks shows in the window once the stage's hold is over; a second share waits there
         // quietly until it is clicked, and the first waits there then.
         s->setSpeakerHoldTimes(200, 400);
@@ -536,7 +489,7 @@ private slots:
         g.host().clear();
         QByteArray id2("sharescreen_u3");
         void* share2 = KXScreen_AddPerson(g.h, id2.data(), id2.data(), id2.data(), 6000, 0, nullptr, 1);
-        QTRY_COMPARE(s->persons().size(), 6);
+        QTRY_COMPARE(s->persons().size(), 8);
         QVERIFY(s->focusPerson() == sr && g.host().count(KXSCREEN_MSG_SHARE_TIP) == 0);
         emit pip->notifyClickPicInPicPlayWidget(recordOf(share2));
         QTRY_COMPARE(g.shown(), QVector<tagPersonInfo*>{recordOf(share2)});
@@ -544,6 +497,7 @@ private slots:
         QCOMPARE(KXScreen_DelPerson(g.h, share2), 1);
         QTRY_COMPARE(g.shown(), QVector<tagPersonInfo*>{sr});
         QCOMPARE(g.host().count(KXSCREEN_MSG_SHARE_TIP, sr), 1);
+        // The share ends: the layout from before, the window gone.
         QCOMPARE(KXScreen_DelPerson(g.h, share), 1);
         QTRY_VERIFY(!pip->isVisible() && g.inPicInPic().isEmpty());
         QCOMPARE(g.mode(), 8);
@@ -559,10 +513,8 @@ private slots:
 
     void exportsArrivalAndRemoval()
     {
-        ExpectLog log;
         Gallery g(QSize(1280, 720));
         QDlgScreen* s = g.screen();
-        QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
         void* p = nullptr;
         std::thread host([&]() {
             QByteArray id("u1"), name("Zoë"), renamed("Alice B");
@@ -570,8 +522,10 @@ private slots:
             // Created on the host thread; the roster learns of it when the interface thread pumps.
             QCOMPARE(s->persons().size(), 0);
             QCOMPARE(KXScreen_SetMute(g.h, p, 0) + KXScreen_SetHasMic(g.h, p, false) + KXScreen_SetVolume(g.h, p, 55)
-                         + KXScreen_SetPersonInfo(g.h, p, true, 2, renamed.data()) + KXScreen_UpdateNetWeak(g.h, "u1", true, 2)
-                         + KXScreen_SetCurMode(g.h, 6) + KXScreen_Preview(g.h, p, false), 7);
+                         + KXScreen_SetPersonInfo(g.h, p, true, 2, renamed.data())
+                         + KXScreen_UpdateNetWeak(g.h, "u1", true, 2) + KXScreen_SetCurMode(g.h, 6)
+                         + KXScreen_Preview(g.h, p, false),
+                     7);
         });
         host.join();
         pump();
@@ -580,7 +534,8 @@ private slots:
         QCOMPARE(r->userName, QString("Alice B"));
         QVERIFY(!r->bMute && !r->bHasMic && r->bSelf && r->bNetWeak && !r->bPreview);
         // extra, call state, volume, role, network level, stream status (video off)
-        QCOMPARE((QVector<int>{r->iExtra, r->m_iStatus, r->iVolume, r->iRoleType, r->iNetLevel, r->eStreamStatus}), (QVector<int>{3, 2, 55, 2, 2, 1}));
+        QCOMPARE((QVector<int>{r->iExtra, r->m_iStatus, r->iVolume, r->iRoleType, r->iNetLevel, r->eStreamStatus}),
+                 (QVector<int>{3, 2, 55, 2, 2, 1}));
         QVERIFY(s->state().hostOrCoHost);
         QCOMPARE(g.mode(), 6);
         // The information-updated notice carries the play handle and the user data.
@@ -594,24 +549,12 @@ private slots:
         void* pb = KXScreen_AddPerson(g.h, b.data(), b.data(), b.data(), 10, 0, nullptr, 1);
         pump();
         QCOMPARE(s->persons().at(0), recordOf(pb));
-        // A removal for a record already removed is dropped.
-        tagPersonInfo* gone = recordOf(pa);
         QCOMPARE(KXScreen_DelPerson(g.h, pa), 1);
-        pump();
-        QVERIFY(cfg->testDelPerson(gone, false));
-        QTest::ignoreMessage(QtDebugMsg, "xxx testDelPerson");
-        s->onModDelPerson(gone);
-        QCOMPARE(s->persons().size(), 2);
         // Interface exports answer at once.
         QImage head(16, 16, QImage::Format_RGB32);
         head.fill(Qt::red);
-        QCOMPARE(KXScreen_SetPersonHeadImg(g.h, p, &head), 1);
-        QCOMPARE(r->headImage.pixel(0, 0), QColor(Qt::red).rgb());
         QCOMPARE(KXScreen_SetUnjoinedPersonInfo(g.h, p, const_cast<char*>("u1"), 3, head), 1);
-        QCOMPARE(r->m_iStatus, 3);
-        QCOMPARE(KXScreen_SetDPIs(g.h, 1.25, 1.5), 1);
-        QCOMPARE(QPointF(cfg->dpi1(), cfg->dpi2()), QPointF(1.25, 1.5));
-        KXScreen_SetDPIs(g.h, 1.0, 1.0);
+        QVERIFY(r->m_iStatus == 3 && r->headImage.pixel(0, 0) == QColor(Qt::red).rgb());
         // Invited participants start with video off and microphone open.
         QByteArray inv("unjoined_9");
         void* invited = KXScreen_AddPerson(g.h, inv.data(), inv.data(), inv.data(), 1, 0, nullptr, 1);
@@ -621,58 +564,31 @@ private slots:
         const QRect target(40, 30, 960, 540);
         onHostThread([&]() { return KXScreen_MoveWindow(g.h, target, KXSCREEN_MOVE_SHOW); });
         QTRY_COMPARE(dlg->geometry(), target);
-        QCOMPARE(dlg->parentWidget(), &g.parent);
         QTRY_COMPARE(s->geometry(), QRect(0, 0, 960, 540));
+        // The main dialog refuses to close, by the window or by Escape; the host hides it.
+        QTest::keyClick(dlg, Qt::Key_Escape);
+        QVERIFY(!dlg->close() && dlg->isVisible());
         KXScreen_MoveWindow(g.h, target, KXSCREEN_MOVE_HIDE);
         pump();
         QVERIFY(!dlg->isVisible());
-        KXScreen_MoveWindow(g.h, target, KXSCREEN_MOVE_RAISE);
-        pump();
-        QVERIFY(dlg->isVisible());
-        // The main dialog refuses to close, by the window or by Escape.
-        QVERIFY(!dlg->close());
-        QTest::keyClick(dlg, Qt::Key_Escape);
-        QVERIFY(dlg->isVisible() && isValidScreenHandle(g.h));
         // The last one to leave resets all.
         for (void* leaving : {pb, invited, p})
             QCOMPARE(KXScreen_DelPerson(g.h, leaving), 1);
         QTRY_COMPARE(s->persons().size(), 0);
         QCOMPARE(g.mode(), 1);
         QVERIFY(!s->focusPerson());
-        QCOMPARE(s->minJoinTime(), std::numeric_limits<qint64>::max());
-        QCOMPARE(s->maxJoinTime(), qint64(0));
     }
 
-    void configuration()
+    void skin()
     {
-        QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
-        // The skin is set before Init and read there; the colours follow it.
+        // The skin is set before Init and read there: a tile without video is
+        // light in the new one, dark in the old.
         for (bool light : {true, false}) {
             QCOMPARE(KXScreen_SetIsNewSkin(nullptr, light), 1);
-            Gallery g(QSize(320, 180));
-            QCOMPARE(QStringList({cfg->getBackColor(), cfg->getTextColor(), cfg->getScreenColor()}),
-                     light ? QStringList({"#FFFFFF", "#262626", "#FFFFFF"}) : QStringList({"#2A2E36", "#FFFFFF", "#0C1017"}));
+            Gallery g(QSize(320, 180), 1);
+            const QColor back = g.rec(0)->pWidget->playInfo()->grab().toImage().pixelColor(2, 2);
+            QVERIFY2(light ? back.lightness() > 200 : back.lightness() < 80, qPrintable(back.name()));
         }
-        // Freed records are remembered until asked to forget; asking does not erase.
-        int a = 0, b = 0;
-        QVERIFY(!cfg->testDelPerson(&a, false));
-        cfg->addDelPerson(&a);
-        QVERIFY(cfg->testDelPerson(&a, false) && cfg->testDelPerson(&a, false));
-        QVERIFY(!cfg->testDelPerson(&b, true));
-        QVERIFY(cfg->testDelPerson(&a, true));
-        QVERIFY(!cfg->testDelPerson(&a, false));
-        // Settings are read by Init on a thread of its own, from the host's directory.
-        QTemporaryDir dir;
-        QFile ini(dir.path() + "/user_data/sys_ver.ini");
-        QVERIFY(QDir().mkpath(dir.path() + "/user_data") && ini.open(QIODevice::WriteOnly));
-        QVERIFY(ini.write("[version]\ncache_frame1=true\nshow_resolution=1\n") > 0);
-        ini.close();
-        {
-            Gallery g(QSize(320, 180), 0, true, 0, dir.path().toUtf8());
-            QTRY_VERIFY(cfg->showResolution() && cfg->cacheEveryFrame());
-        }
-        cfg->setBaseDir(QString());
-        cfg->loadSettingsNow();
     }
 
     void zoomAndPanAShare_data()
@@ -681,7 +597,6 @@ private slots:
         QTest::newRow("gl") << int(kxrender::Renderer::Gl);
         QTest::newRow("raster") << int(kxrender::Renderer::Raster);
     }
-
     void zoomAndPanAShare()
     {
         // A 1920x1080 share of six blocks 320 wide on the 1281x721 stage: Ctrl+wheel and Ctrl+'+' zoom it about
@@ -699,8 +614,9 @@ private slots:
         CPlayWidget* tile = sr->pWidget;
         auto shows = [&](const char* blocks) { // at x = 100, 700 and 1000
             const QImage img = tile->grabFramebuffer();
+            const int x[] = {100, 700, 1000};
             for (int i = 0; i < 3; ++i)
-                if (!near(img.pixelColor(QVector<int>{100, 700, 1000}[i], 400), Frame::blockColour(blocks[i] - '0'), 24))
+                if (!near(img.pixelColor(x[i], 400), Frame::blockColour(blocks[i] - '0'), 24))
                     return false;
             return true;
         };

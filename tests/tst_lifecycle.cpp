@@ -8,12 +8,14 @@
 #include "qdlgplayinfo.h"
 #include "testhooks.h"
 
+#include <QScopeGuard>
 #include <chrono>
+#include <cstdlib>
 #include <stdexcept>
 #include <unistd.h>
 
-// The sanitizers keep freed memory resident (quarantine, shadow memory):
-// the resident-size check is for the plain build.
+// The sanitizers keep freed memory resident (quarantine, shadow memory): the
+// resident-size check is for the plain build.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define KX_UNDER_SANITIZER 1
 #elif defined(__has_feature)
@@ -40,6 +42,14 @@ bool allFreed(const QVector<void*>& handles, const QVector<tagPersonInfo*>& reco
     auto freed = [](tagPersonInfo* r) { return !kxplatform::isReadable(r, sizeof(ST_PersonInfo)); };
     return std::none_of(handles.begin(), handles.end(), alive) && std::all_of(records.begin(), records.end(), freed);
 }
+QVector<tagPersonInfo*> recordsOf(const QVector<void*>& handles)
+{
+    QVector<tagPersonInfo*> out;
+    for (void* p : handles)
+        if (alive(p))
+            out.append(recordOf(p));
+    return out;
+}
 
 typedef std::function<void(void* h, void* hPlay, void* other)> Reentry;
 typedef std::function<int(Gallery& g)> Trigger;
@@ -49,9 +59,9 @@ Frame g_small(64, 36, 40);
 
 // A host thread the test parks right after an export has taken its handle.
 std::atomic<bool> g_parkNext{false}, g_parked{false}, g_resume{false};
-void parkHook(kxhooks::Point point)
+void parkHook(kxhooks::Point)
 {
-    if (point != kxhooks::Point::ScreenAcquired || QThread::currentThread() == qApp->thread() || !g_parkNext.exchange(false))
+    if (QThread::currentThread() == qApp->thread() || !g_parkNext.exchange(false))
         return;
     g_parked = true;
     while (!g_resume)
@@ -80,10 +90,6 @@ struct Peak
     qint64 rise() const { return now() - base; }
 };
 
-// What one gallery shows of an export that acts on the gallery as a whole.
-typedef std::function<void(void* h)> GalleryAct;
-typedef std::function<QString(QDlgScreen* s)> GalleryLook;
-
 // Counts the work posted to an object (a settle that keeps asking again shows).
 struct WorkCounter : QObject
 {
@@ -110,10 +116,36 @@ struct HideFilter : QObject
     }
 };
 
+// The allocator, made to hand a freed record's address to the next record:
+// once asked, the next record deleted is kept and given to the next one made.
+std::atomic<bool> g_keepNextRecord{false};
+std::atomic<void*> g_keptRecord{nullptr};
+
+void* addLate(void* h, qint64 join)
+{
+    return KXScreen_AddPerson(h, g_late.data(), g_late.data(), g_late.data(), join, 0, nullptr, 1);
+}
+
 } // namespace
 
-Q_DECLARE_METATYPE(GalleryAct)
-Q_DECLARE_METATYPE(GalleryLook)
+
+void* operator new(std::size_t n)
+{
+    if (void* kept = n == sizeof(tagPersonInfo) ? g_keptRecord.exchange(nullptr) : nullptr)
+        return kept;
+    if (void* p = std::malloc(n ? n : 1))
+        return p;
+    throw std::bad_alloc();
+}
+void operator delete(void* p) noexcept { std::free(p); }
+void operator delete(void* p, std::size_t n) noexcept
+{
+    if (n == sizeof(tagPersonInfo) && g_keepNextRecord.exchange(false))
+        g_keptRecord = p;
+    else
+        std::free(p);
+}
+
 Q_DECLARE_METATYPE(Reentry)
 Q_DECLARE_METATYPE(Trigger)
 
@@ -125,7 +157,9 @@ private slots:
     void manyMeetings()
     {
         QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
-        const int cycles = qEnvironmentVariableIsSet("KX_LIFECYCLE_CYCLES") ? qEnvironmentVariableIntValue("KX_LIFECYCLE_CYCLES") : 200;
+        const int cycles = qEnvironmentVariableIsSet("KX_LIFECYCLE_CYCLES")
+            ? qEnvironmentVariableIntValue("KX_LIFECYCLE_CYCLES")
+            : 200;
         QVector<void*> handles;
         QVector<tagPersonInfo*> records;
         // One meeting: five from a host thread, frames, a layout change, two
@@ -135,8 +169,7 @@ private slots:
             for (const QSize& size : {QSize(320, 180), QSize(161, 91), QSize(320, 180)})
                 g.feed(size.width(), size.height());
             g.setMode(c % 2 ? 5 : 1);
-            for (void* p : g.handles)
-                records.append(recordOf(p));
+            records += recordsOf(g.handles);
             KXScreen_DelPerson(g.h, g.handles.at(1));
             KXScreen_DelPerson(g.h, g.handles.at(3));
             pump();
@@ -151,32 +184,28 @@ private slots:
             meeting(c);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         pump();
-        // The settings reader of each Init is a thread of its own; it ends by itself.
-        QTRY_VERIFY_WITH_TIMEOUT(entries("/proc/self/task") <= threads, 10000);
+        QTRY_VERIFY(entries("/proc/self/task") <= threads);
         const qint64 grown = residentBytes() - rss;
-        qInfo("meetings: %d cycles, widgets %d -> %d, files %lld -> %lld, resident +%lld kB, freed-record registry %d",
-              cycles, widgets, QApplication::allWidgets().size(), files, entries("/proc/self/fd"), grown / 1024, cfg->delPersonCount());
         QCOMPARE(QApplication::allWidgets().size(), widgets);
         QCOMPARE(cfg->callbackCount(), callbacks);
-        QCOMPARE(cfg->delPersonCount(), 0); // no gallery left to hold a freed address
+        // no gallery left to hold a freed address
+        QCOMPARE(cfg->delPersonCount(), 0);
         QCOMPARE(entries("/proc/self/fd"), files);
         QVERIFY(allFreed(handles, records));
-    #ifndef KX_UNDER_SANITIZER
-        // A leaked record with its picture (~100 kB) or tile would show; the
-        // sanitizer build checks small leaks instead (its quarantine keeps memory).
-        QVERIFY2(grown < qint64(cycles) * 40 * 1024, qPrintable(QStringLiteral("grew %1 kB").arg(grown / 1024)));
-    #endif
+#ifndef KX_UNDER_SANITIZER
+        // A leaked record with its picture (~100 kB) or tile would show.
+        QVERIFY2(grown < qint64(cycles) * 40 * 1024, qPrintable(QString("grew %1 kB").arg(grown / 1024)));
+#endif
     }
 
     void mediaThreadsThroughRemovalsAndRelease()
     {
         // Two media threads deliver to every handle they know, also to those of
-        // participants who left or of a meeting that ended (they do not stop for
-        // that). They hold the host's own lock around every PlayFrame, and the
-        // host function takes it for the video messages that removals cause: it
-        // gives up after a while instead of hanging, and counts that. Three
-        // leave while the frames flow; then the meeting ends with arrivals,
-        // frames, updates and removals still queued.
+        // participants who left or of a meeting that ended. They hold the host's
+        // own lock around every PlayFrame, and the host function takes it for
+        // the video messages that removals cause (giving up after a while
+        // instead of hanging). Three leave while the frames flow; then the
+        // meeting ends with arrivals, frames, updates and removals still queued.
         std::timed_mutex hostLock;
         std::atomic<int> stuck{0}, taken{0}, delivered{0};
         // The host's application-wide filter takes the same lock when a tile
@@ -216,33 +245,16 @@ private slots:
                 pump();
             }
             const int stayed = g.screen()->persons().size();
-            QVector<void*> queued = all; // no pumping from here: the work stays queued
+            // no pumping from here: the work stays queued
+            QVector<void*> queued = all;
             onHostThread([&]() {
-                QByteArray name("Renamed");
                 queued += addFromHost(g.h, 2, 200);
-                for (void* p : queued) {
-                    KXScreen_PlayFrame(g.h, p, &frame.rec);
-                    KXScreen_SetMute(g.h, p, 0);
-                    KXScreen_SetVolume(g.h, p, 40);
-                    KXScreen_SetPersonInfo(g.h, p, false, 2, name.data());
-                    KXScreen_Preview(g.h, p, true);
-                    KXScreen_AllLook(g.h, p, 1);
-                    KXScreen_SetDefStreamType(g.h, p);
-                }
+                for (void* p : queued)
+                    KXScreen_PlayFrame(g.h, p, &frame.rec), KXScreen_SetVolume(g.h, p, 40), KXScreen_AllLook(g.h, p, 1);
                 KXScreen_DelPerson(g.h, queued.last());
-                KXScreen_DelPerson(g.h, all.last());
-                KXScreen_SetCurMode(g.h, 8);
-                KXScreen_ChangeShowPage(g.h, true);
-                KXScreen_FocusByUserID(g.h, const_cast<char*>("u101"));
-                KXScreen_JoinMeetingFinish(g.h);
-                KXScreen_MoveWindow(g.h, QRect(0, 0, 400, 300), KXSCREEN_MOVE_SHOW);
-                KXScreen_AddSentence(g.h, 1, 1, name.data(), name.data());
-                return 0;
+                return KXScreen_SetCurMode(g.h, 8) + KXScreen_JoinMeetingFinish(g.h);
             });
-            QVector<tagPersonInfo*> records;
-            for (void* p : queued)
-                if (alive(p))
-                    records.append(recordOf(p));
+            const QVector<tagPersonInfo*> records = recordsOf(queued);
             const int notices = g.host().all().size();
             KXScreen_Release(g.h);
             released = true;
@@ -251,12 +263,14 @@ private slots:
             stop = true;
             m1.join();
             m2.join();
-            pump(); // the last call out hands the freeing to this thread
+            // the last call out hands the freeing to this thread
+            pump();
             QVERIFY2(goesOn, "the media threads stalled after the release");
             QCOMPARE(stuck.load(), 0);
             QCOMPARE(stayed, all.size() - 3);
             QCOMPARE(takenAfter.load(), 0);
-            QCOMPARE(g.host().all().size(), notices); // the queued work found nobody to run it
+            // the queued work found nobody to run it
+            QCOMPARE(g.host().all().size(), notices);
             QVERIFY(allFreed(queued, records));
         }
         qApp->removeEventFilter(&filter);
@@ -303,50 +317,33 @@ private slots:
         QVERIFY(std::none_of(people.begin(), people.end(), alive));
     }
 
-    void galleriesKeepToThemselves_data()
-    {
-        QTest::addColumn<GalleryAct>("act");
-        QTest::addColumn<GalleryLook>("look");
-        const auto row = [](const char* name, GalleryAct act, GalleryLook look) {
-            QTest::newRow(name) << act << look;
-        };
-        const auto text = [](bool b) { return QString::number(b); };
-        row("layout", [](void* h) { KXScreen_SetCurMode(h, 5); }, [](QDlgScreen* s) { return QString::number(s->curMode()); });
-        row("move and hide", [](void* h) { KXScreen_MoveWindow(h, QRect(5, 5, 300, 200), KXSCREEN_MOVE_HIDE); },
-            [=](QDlgScreen* s) { return text(s->parentWidget()->isVisible()); });
-        row("caption", [](void* h) { KXScreen_AddSentence(h, 1, 1, const_cast<char*>("A"), const_cast<char*>("hi")); },
-            [](QDlgScreen* s) { return s->subtitles().join('|'); });
-        row("watermark", [](void* h) { KXScreen_SetShareWatermark(h, "secret", true); },
-            [](QDlgScreen* s) { return s->state().watermark; });
-        row("local share", [](void* h) { KXScreen_StartLocalShare(h, 0, true); },
-            [=](QDlgScreen* s) { return text(s->state().localShare); });
-        row("share paused", [](void* h) { KXScreen_SetSharePaush(h, true); },
-            [=](QDlgScreen* s) { return text(s->state().sharePause); });
-        row("floating window", [](void* h) { KXScreen_ShowPicInPic(h, true); },
-            [=](QDlgScreen* s) { return text(s->GetPicInPicWidgetPtr()->isVisible()); });
-        row("pin", [](void* h) { KXScreen_FocusByUserID(h, const_cast<char*>("u1")); },
-            [=](QDlgScreen* s) { return text(s->findPersonByUserID("u1")->bPinned); });
-        row("network", [](void* h) { KXScreen_UpdateNetWeak(h, "u1", true, 1); },
-            [=](QDlgScreen* s) { return text(s->findPersonByUserID("u1")->bNetWeak); });
-        row("primary screen", [](void* h) { KXScreen_ChangePrimaryScreen(h, true); },
-            [=](QDlgScreen* s) { return text(s->isPrimaryScreen()); });
-        row("room minimised", [](void* h) { KXScreen_SetMeetingRoomMinimized(h, true); },
-            [=](QDlgScreen* s) { return text(s->isMeetingRoomMinimized()); });
-        row("window's button", [](void* h) { emit qobject_cast<QDlgPicInPic*>(controllerOf(h)->GetPicInPicWidgetPtr())->notifyPicInPicMutil(true); },
-            [=](QDlgScreen* s) { return text(qobject_cast<QDlgPicInPic*>(s->GetPicInPicWidgetPtr())->isSeveral()); });
-    }
-
     void galleriesKeepToThemselves()
     {
         // Two galleries with the same participants: what a host thread asks
-        // of one changes that one only.
-        QFETCH(GalleryAct, act);
-        QFETCH(GalleryLook, look);
+        // of one, the other does not show.
         Gallery a(QSize(640, 360), 3), b(QSize(640, 360), 3, true, 1);
-        const QString beforeA = look(a.screen()), beforeB = look(b.screen());
-        onHostThread([&]() { act(a.h); return 0; });
+        const auto look = [](QDlgScreen* s) {
+            auto* pip = qobject_cast<QDlgPicInPic*>(s->GetPicInPicWidgetPtr());
+            const tagPersonInfo* u1 = s->findPersonByUserID("u1");
+            return QVariantList{s->curMode(), s->parentWidget()->isVisible(), s->subtitles(), s->state().watermark,
+                                s->state().localShare, s->state().sharePause, pip->isVisible(), u1->bPinned,
+                                u1->bNetWeak, s->isPrimaryScreen(), s->isMeetingRoomMinimized(), pip->isSeveral()};
+        };
+        const QVariantList beforeA = look(a.screen()), beforeB = look(b.screen());
+        onHostThread([&]() {
+            char text[] = "hi", u1[] = "u1";
+            return KXScreen_SetCurMode(a.h, 5) + KXScreen_MoveWindow(a.h, QRect(5, 5, 300, 200), KXSCREEN_MOVE_HIDE)
+                   + KXScreen_AddSentence(a.h, 1, 1, text, text) + KXScreen_SetShareWatermark(a.h, "secret", true)
+                   + KXScreen_StartLocalShare(a.h, 0, true) + KXScreen_SetSharePaush(a.h, true)
+                   + KXScreen_ShowPicInPic(a.h, true) + KXScreen_FocusByUserID(a.h, u1)
+                   + KXScreen_UpdateNetWeak(a.h, u1, true, 1) + KXScreen_ChangePrimaryScreen(a.h, true)
+                   + KXScreen_SetMeetingRoomMinimized(a.h, true);
+        });
         pump();
-        QVERIFY(look(a.screen()) != beforeA);
+        emit qobject_cast<QDlgPicInPic*>(a.screen()->GetPicInPicWidgetPtr())->notifyPicInPicMutil(true);
+        const QVariantList afterA = look(a.screen());
+        for (int i = 0; i < afterA.size(); ++i)
+            QVERIFY2(afterA.at(i) != beforeA.at(i), qPrintable(QString::number(i)));
         QCOMPARE(look(b.screen()), beforeB);
         QCOMPARE(checkGallery(b.screen()), QString());
     }
@@ -363,7 +360,7 @@ private slots:
         Gallery b(QSize(640, 360), 0, true, 1);
         QCOMPARE(b.mode(), 5);
         ExpectLog log;
-        QTest::ignoreMessage(QtWarningMsg, "[ScreenMod]KXScreen_SetCurMode: 42 is not a layout (1 to 9), the grid is shown");
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("SetCurMode: 42 is not a layout .1 to 9., the grid"));
         QCOMPARE(KXScreen_SetCurMode(a.h, 42), 1);
         QCOMPARE(KXScreen_GetCurMode(a.h), 1);
         QCOMPARE(a.shown().size(), 3);
@@ -431,26 +428,25 @@ private slots:
     void hostFunctionReenters_data()
     {
         QTest::addColumn<Reentry>("reentry");
-        QTest::addColumn<QVector<int>>("codes"); // the notifications the host answers by calling in
+        // the notifications the host answers by calling in
+        QTest::addColumn<QVector<int>>("codes");
         static Frame frame(64, 36, 33);
         static QImage head(6, 6, QImage::Format_RGB32);
-        const std::pair<const char*, QVector<int>> triggers[] = {
-            {"stream request", {2, 3, 4}}, {"video stop/start", {17, 18}}, {"look cancelled", {16}}, {"look toast", {12, 13}}};
+        const std::pair<const char*, QVector<int>> triggers[] = {{"stream request", {2, 3, 4}},
+                                                                 {"video stop/start", {17, 18}},
+                                                                 {"look cancelled", {16}},
+                                                                 {"look toast", {12, 13}}};
         auto row = [&triggers](const char* n, Reentry r) {
             for (const auto& t : triggers)
                 QTest::addRow("%s, in %s", n, t.first) << r << t.second;
         };
-        row("reads", [](void* h, void*, void*) {
-            KXScreen_GetAllLookUserID(h), KXScreen_GetLockLookUserID(h), KXScreen_GetShareUserID(h), KXScreen_GetShareWgtPos(h);
-            KXScreen_GetCurMode(h), KXScreen_IsIconic(h), KXScreen_IsUserShare(h), KXScreen_GetPicInPicWidgetPtr(h);
-        });
         row("participant updates", [](void* h, void* p, void*) {
-            KXScreen_SetMute(h, p, 1), KXScreen_SetHasMic(h, p, true), KXScreen_SetVolume(h, p, 12);
-            KXScreen_SetPersonHeadImg(h, p, &head), KXScreen_UpdateNetWeak(h, "u1", false, 4), KXScreen_MoreInHide(h, p);
+            KXScreen_SetMute(h, p, 1), KXScreen_SetVolume(h, p, 12), KXScreen_SetPersonHeadImg(h, p, &head);
+            KXScreen_Preview(h, p, false), KXScreen_Preview(h, p, true), KXScreen_GetAllLookUserID(h);
         });
-        row("frames", [](void* h, void* p, void* o) { KXScreen_PlayFrame(h, p, &frame.rec), KXScreen_PlayFrame(h, o, &frame.rec); });
-        row("preview", [](void* h, void* p, void*) { KXScreen_Preview(h, p, false), KXScreen_Preview(h, p, true); });
-        row("role", [](void* h, void* p, void*) { KXScreen_SetPersonInfo(h, p, false, 1, const_cast<char*>("Boss")); });
+        row("frames", [](void* h, void* p, void* o) {
+            KXScreen_PlayFrame(h, p, &frame.rec), KXScreen_PlayFrame(h, o, &frame.rec);
+        });
         row("layout", [](void* h, void*, void*) {
             KXScreen_SetCurMode(h, 5), KXScreen_ChangeShowPage(h, true), KXScreen_SetCurMode(h, 1);
             KXScreen_MoveWindow(h, QRect(0, 0, 700, 400), KXSCREEN_MOVE_SHOW);
@@ -460,12 +456,11 @@ private slots:
             KXScreen_AllLook(h, p, 0), KXScreen_LockLook(h, p, 0);
             KXScreen_SetVoiceActivateByUserID(h, const_cast<char*>("u3")), KXScreen_CancelVoiceActivate(h);
         });
-        row("join", [](void* h, void* p, void*) { KXScreen_JoinMeetingFinish(h), KXScreen_SetDefStreamType(h, p); });
-        row("add", [](void* h, void*, void*) { QByteArray id("late"); KXScreen_AddPerson(h, id.data(), id.data(), id.data(), 999, 0, nullptr, 1); });
+        row("add", [](void* h, void*, void*) { addLate(h, 999); });
         row("remove the named participant", [](void* h, void* p, void*) { KXScreen_DelPerson(h, p); });
         row("remove another participant", [](void* h, void*, void* o) { KXScreen_DelPerson(h, o); });
+        row("throw", [](void*, void*, void*) { throw std::runtime_error("host is unhappy"); });
     }
-
     void hostFunctionReenters()
     {
         QFETCH(Reentry, reentry);
@@ -488,8 +483,8 @@ private slots:
             if (!p && !(p = other))
                 return;
             ++depth, ++reentries;
+            const auto back = qScopeGuard([&depth]() { --depth; });
             reentry(g.h, p, other);
-            --depth;
         };
         auto each = [&](const std::function<void(void*)>& f) {
             for (void* p : g.handles)
@@ -505,13 +500,11 @@ private slots:
             g.feed(160, 90);
             // On the interface thread the follow-up runs at once.
             each([&](void* p) { KXScreen_PlayFrame(g.h, p, &frame.rec); });
-            pump();
             KXScreen_SetCurMode(g.h, k == 0 ? 5 : 8);
             pump();
             KXScreen_ChangeShowPage(g.h, true);
             pump();
         }
-        each([&](void* p) { KXScreen_SetDefStreamType(g.h, p); });
         KXScreen_SetCurMode(g.h, 1);
         pump();
         each([&](void* p) {
@@ -521,27 +514,20 @@ private slots:
         KXScreen_SetMeetingRoomMinimized(g.h, true);
         KXScreen_SetMeetingRoomMinimized(g.h, false);
         pump();
-        for (void* p : g.handles)
-            if (alive(p)) {
-                KXScreen_AllLook(g.h, p, 1);
-                KXScreen_LockLook(g.h, p, 1);
-                pump();
-                KXScreen_DelPerson(g.h, p);
-                pump();
-                break;
-            }
+        // Each in turn is looked at and leaves.
+        each([&](void* p) {
+            KXScreen_AllLook(g.h, p, 1), KXScreen_LockLook(g.h, p, 1);
+            pump();
+            KXScreen_DelPerson(g.h, p);
+            pump();
+        });
         QVERIFY2(reentries > 0, "the host function was never given a participant");
         g.host().hook = nullptr;
         QCOMPARE(checkGallery(g.screen()), QString());
-        // The roster is exactly who is still there (and whom the host added),
-        // also after removals from inside a notification about them.
-        QSet<tagPersonInfo*> expected, roster;
-        each([&](void* p) { expected.insert(recordOf(p)); });
+        // The roster is exactly whom the host added, also after removals from
+        // inside a notification about them; a newcomer is still placed.
         for (tagPersonInfo* p : g.screen()->persons())
-            if (p->userID != QLatin1String("late"))
-                roster.insert(p);
-        QCOMPARE(roster, expected);
-        // It still works: a newcomer is placed.
+            QCOMPARE(p->userID, QString("late"));
         void* late = addFromHost(g.h, 1, 40).first();
         pump();
         QVERIFY(g.screen()->persons().contains(recordOf(late)));
@@ -555,29 +541,23 @@ private slots:
         QTest::addColumn<Trigger>("trigger");
         QTest::addColumn<QVector<int>>("codes");
         auto row = [](const char* n, QVector<int> c, Trigger t) { QTest::newRow(n) << t << c; };
-        row("in a stream request", {2, 3, 4}, [](Gallery& g) { return KXScreen_SetDefStreamType(g.h, g.handles.at(0)); });
-        row("in a video start", {KXSCREEN_MSG_REMOTE_VIDEO_OPEN}, [](Gallery& g) { return KXScreen_JoinMeetingFinish(g.h); });
-        row("in an information update", {KXSCREEN_MSG_USERINFO_UPDATED}, [](Gallery& g) { return addFromHost(g.h, 1, 9).size(); });
+        row("in a stream request", {2, 3, 4},
+            [](Gallery& g) { return KXScreen_SetDefStreamType(g.h, g.handles.at(0)); });
+        row("in an information update", {KXSCREEN_MSG_USERINFO_UPDATED},
+            [](Gallery& g) { return addFromHost(g.h, 1, 9).size(); });
         // Inside the adding call itself, which still has to log who it added.
         row("in an information update, added on the interface thread", {KXSCREEN_MSG_USERINFO_UPDATED},
-            [](Gallery& g) { return KXScreen_AddPerson(g.h, g_late.data(), g_late.data(), g_late.data(), 9, 0, nullptr, 1) ? 1 : 0; });
-        row("in a look toast", {KXSCREEN_MSG_LOOK_TOAST_ON}, [](Gallery& g) { return KXScreen_AllLook(g.h, g.handles.at(0), 1); });
-        row("under AddPerson", {}, [](Gallery& g) { return KXScreen_AddPerson(g.h, g_late.data(), g_late.data(), g_late.data(), 7, 0, nullptr, 1) ? 1 : 0; });
+            [](Gallery& g) { return addLate(g.h, 9) ? 1 : 0; });
+        row("under AddPerson", {}, [](Gallery& g) { return addLate(g.h, 7) ? 1 : 0; });
         row("under PlayFrame", {}, [](Gallery& g) { return KXScreen_PlayFrame(g.h, g.handles.at(0), &g_small.rec); });
-        row("under SetMute", {}, [](Gallery& g) { return KXScreen_SetMute(g.h, g.handles.at(0), 1); });
-        row("under DelPerson", {}, [](Gallery& g) { return KXScreen_DelPerson(g.h, g.handles.at(0)); });
-        row("under SetCurMode", {}, [](Gallery& g) { return KXScreen_SetCurMode(g.h, 5); });
     }
-
     void releasedMidCall()
     {
         QFETCH(Trigger, trigger);
         QFETCH(QVector<int>, codes);
         Gallery g(QSize(880, 500), 3, false);
         QPointer<QDlgMain> dlg = static_cast<KXScreenHandle*>(g.h)->pMainDlg;
-        QVector<tagPersonInfo*> records;
-        for (void* p : g.handles)
-            records.append(recordOf(p));
+        const QVector<tagPersonInfo*> records = recordsOf(g.handles);
         int released = 0, notices = 0;
         if (!codes.isEmpty()) {
             g.host().hook = [&](const HostMsg& m) {
@@ -587,7 +567,8 @@ private slots:
             trigger(g);
             pump();
             QCOMPARE(released, 1);
-            QVERIFY(!isLiveScreenHandle(g.h)); // dead at once for the host, gone once the stack has unwound
+            // dead at once for the host, gone once the stack has unwound
+            QVERIFY(!isLiveScreenHandle(g.h));
             notices = g.host().all().size();
         } else {
             g_parked = g_resume = false;
@@ -598,7 +579,8 @@ private slots:
             QTRY_VERIFY(g_parked.load());
             KXScreen_Release(g.h);
             QVERIFY(!isLiveScreenHandle(g.h));
-            QVERIFY(dlg); // still there for the thread inside
+            // still there for the thread inside
+            QVERIFY(dlg);
             notices = g.host().all().size();
             g_resume = true;
             host.join();
@@ -611,32 +593,6 @@ private slots:
         QCOMPARE(g.host().all().size(), notices);
     }
 
-    void hostFunctionThrows()
-    {
-        ExpectLog log;
-        for (int kind = 0; kind < 2; ++kind) {
-            Gallery g(QSize(880, 500), 2, false);
-            g.host().hook = [kind](const HostMsg&) {
-                if (kind == 0)
-                    throw std::runtime_error("host is unhappy");
-                throw 42;
-            };
-            // One notification, one warning, and the export answers as usual.
-            QTest::ignoreMessage(QtWarningMsg, qPrintable(QStringLiteral("[ScreenMod]host callback threw, dwMsg: 4")
-                                                              + (kind == 0 ? " ,what: host is unhappy" : "")));
-            QCOMPARE(KXScreen_SetDefStreamType(g.h, g.handles.at(0)), 1);
-            QCOMPARE(g.host().count(KXSCREEN_MSG_STREAM_LARGE), 1);
-            // Throwing on every notification of a relayout, frames and a removal: the gallery goes on.
-            QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^\\[ScreenMod\\]host callback threw"));
-            KXScreen_JoinMeetingFinish(g.h);
-            QCOMPARE(KXScreen_PlayFrame(g.h, g.handles.at(0), &g_small.rec) + KXScreen_PlayFrame(g.h, g.handles.at(1), &g_small.rec), 2);
-            pump();
-            QCOMPARE(KXScreen_DelPerson(g.h, g.handles.at(1)), 1);
-            pump();
-            QCOMPARE(g.screen()->persons().size(), 1);
-        }
-    }
-
     void hostWorkStaysWithItsParticipant()
     {
         // A layout pass sets the newcomer's tile pointer before the tile takes the
@@ -645,9 +601,11 @@ private slots:
         Gallery g(QSize(880, 500), 2);
         tagPersonInfo *a = g.rec(0), *b = g.rec(1);
         Frame fa(64, 36, 10), fb(64, 36, 20), intruder(64, 36, 99);
-        QCOMPARE(KXScreen_PlayFrame(g.h, g.handles.at(0), &fa.rec) + KXScreen_PlayFrame(g.h, g.handles.at(1), &fb.rec), 2);
+        QCOMPARE(KXScreen_PlayFrame(g.h, g.handles.at(0), &fa.rec) + KXScreen_PlayFrame(g.h, g.handles.at(1), &fb.rec),
+                 2);
         pump();
-        CPlayWidget* tileB = std::exchange(b->pWidget, a->pWidget); // the state in the middle of the pass
+        // the state in the middle of the pass
+        CPlayWidget* tileB = std::exchange(b->pWidget, a->pWidget);
         const int r = onHostThread([&]() { return KXScreen_PlayFrame(g.h, g.handles.at(1), &intruder.rec); });
         b->pWidget = tileB;
         QCOMPARE(r, 0);
@@ -655,64 +613,20 @@ private slots:
         QCOMPARE(KXScreen_PlayFrame(g.h, g.handles.at(1), &intruder.rec), 1);
         QCOMPARE(int(b->m_pBufYuv420p[0]), 99);
         // Work a host thread queued for a participant who then leaves must not
-        // reach a newcomer whose record the allocator puts at the same address.
-        bool reused = false;
-        for (int attempt = 0; attempt < 50 && !reused; ++attempt) {
-            void* leaver = KXScreen_AddPerson(g.h, g_late.data(), g_late.data(), g_late.data(), 50, 0, nullptr, 1);
-            tagPersonInfo* old = recordOf(leaver);
-            // Queued from a host thread: the microphone opens (records start muted).
-            QCOMPARE(onHostThread([&]() { return KXScreen_SetMute(g.h, leaver, 0); }), 1);
-            // Before it runs, the participant leaves and a newcomer arrives.
-            QCOMPARE(KXScreen_DelPerson(g.h, leaver), 1);
-            void* newcomer = KXScreen_AddPerson(g.h, g_late.data(), g_late.data(), g_late.data(), 60, 0, nullptr, 1);
-            reused = recordOf(newcomer) == old;
-            pump();
-            QVERIFY2(recordOf(newcomer)->bMute, "the leaver's queued work reached the newcomer");
-            QCOMPARE(KXScreen_DelPerson(g.h, newcomer), 1);
-            pump();
-        }
-        if (!reused)
-            QWARN("no record address was reused: only the registry of freed records was exercised");
-    }
-
-    void noTileKeepsALeaver_data()
-    {
-        QTest::addColumn<int>("mode");
-        QTest::newRow("grid") << 1;
-        QTest::newRow("speaker right") << 5;
-        QTest::newRow("speaker bottom") << 6;
-        QTest::newRow("speaker4") << 8;
-    }
-
-    void noTileKeepsALeaver()
-    {
-        // Participants move between tiles and leave; no tile, shown or hidden,
-        // keeps a freed record (its queued work would read it). Each time one
-        // more arrives from a host thread and leaves before the interface
-        // thread has handled the arrival: it never shows up.
-        QFETCH(int, mode);
-        Gallery g(QSize(880, 500), 9);
-        QVector<void*> handles = g.handles;
-        g.feed(96, 54);
-        QDlgScreen* s = g.screen();
-        for (int i = 0; !handles.isEmpty(); ++i) {
-            KXScreen_SetCurMode(g.h, (i % 2) ? 1 : mode);
-            pump();
-            KXScreen_FocusByUserID(g.h, const_cast<char*>(("u" + QByteArray::number(i % 9)).constData()));
-            KXScreen_ChangeShowPage(g.h, i % 3 == 0);
-            g.feed(96, 54);
-            void* leaver = handles.takeAt(i % handles.size());
-            void* brief = addFromHost(g.h, 1, 50 + i).first();
-            tagPersonInfo* briefRecord = recordOf(brief);
-            QCOMPARE(KXScreen_DelPerson(g.h, leaver) + KXScreen_DelPerson(g.h, brief), 2);
-            pump();
-            QCOMPARE(checkGallery(s), QString());
-            QCOMPARE(s->persons().size(), handles.size());
-            QVERIFY(!kxplatform::isReadable(briefRecord, sizeof(ST_PersonInfo)));
-            QVector<CPlayWidget*> tiles = s->playMap().keys().toVector() << s->focusPlayWidget();
-            for (CPlayWidget* t : tiles)
-                emit t->notifyViewCenter(t->width(), t->height()); // what a frame queued before the removal does
-        }
+        // reach a newcomer whose record the allocator puts at the same address
+        // (made to, here), nor keep the newcomer out.
+        void* leaver = addLate(g.h, 50);
+        tagPersonInfo* old = recordOf(leaver);
+        // Queued from a host thread: the microphone opens (records start muted).
+        QCOMPARE(onHostThread([&]() { return KXScreen_SetMute(g.h, leaver, 0); }), 1);
+        g_keepNextRecord = true;
+        QCOMPARE(KXScreen_DelPerson(g.h, leaver), 1);
+        void* newcomer = addLate(g.h, 60);
+        std::free(g_keptRecord.exchange(nullptr));
+        QCOMPARE(recordOf(newcomer), old);
+        pump();
+        QVERIFY2(recordOf(newcomer)->bMute, "the leaver's queued work reached the newcomer");
+        QVERIFY(g.screen()->persons().contains(recordOf(newcomer)));
     }
 };
 

@@ -35,7 +35,8 @@ int main(int argc, char** argv)
     check(QCoreApplication::instance() == nullptr, "no application object before the first call");
     check(qgetenv("QT_SCREEN_SCALE_FACTORS").isEmpty(), "no scale factors before the first call");
 
-    KXScreen_SetIsNewSkin(nullptr, false); // the first call brings the module up
+    // the first call brings the module up
+    KXScreen_SetIsNewSkin(nullptr, false);
     check(qobject_cast<QApplication*>(QCoreApplication::instance()) != nullptr, "the module created a QApplication");
     const QByteArray factors = qgetenv("QT_SCREEN_SCALE_FACTORS");
     std::printf("QT_SCREEN_SCALE_FACTORS=%s\n", factors.constData());
