@@ -43,8 +43,8 @@ if [ "${KX_SKIP_WAYLAND:-0}" != "1" ]; then
   [ -S "$wl_dir/kx-wayland" ] || { cat "$wl_dir/weston.log" >&2; echo "weston did not start" >&2; exit 1; }
   wl_run() { env -u DISPLAY XDG_RUNTIME_DIR="$wl_dir" WAYLAND_DISPLAY=kx-wayland QT_QPA_PLATFORM=wayland \
     KX_TEST_ARTIFACTS="$PWD/build/test-artifacts/wayland" QT_LOGGING_RULES=kxscreen.debug=false "$@"; }
-  wl_run build/tests/tst_gallery doubleClickAndFloatingWindow shareTakesTheStage zoomAndPanAShare
-  wl_run build/tests/tst_host "headless:4 share stage, 12 people" "headless:1 equal grid, synthetic pictures"
+  wl_run build/tests/tst_gallery floatingWindow shareTakesTheStage zoomAndPanAShare
+  wl_run build/tests/tst_host defaultMeeting scenario
   kill "$weston_pid" 2>/dev/null || true
   wait "$weston_pid" 2>/dev/null || true
   trap - EXIT
