@@ -494,7 +494,8 @@ QPoint keepOnScreens(const QRect& wanted, const QVector<QRect>& areas)
     if (covered >= areaOf(r))
         return r.topLeft();
     const QRect& a = areas.at(best);
-    return QPoint(clampSpan(r.left(), r.width(), a.left(), a.right()), clampSpan(r.top(), r.height(), a.top(), a.bottom()));
+    return QPoint(clampSpan(r.left(), r.width(), a.left(), a.right()),
+                  clampSpan(r.top(), r.height(), a.top(), a.bottom()));
 }
 
 } // namespace kxlayout

@@ -177,10 +177,10 @@ bool QDlgScreen::eventFilter(QObject* watched, QEvent* e)
 {
     if (watched == m_pPicInPic && !m_bPicInPicOwnChange) {
         if (e->type() == QEvent::Hide && m_pPicInPic->isHidden()) {
-            // Hidden by the host through the pointer it holds: it stays hidden
-            // until the layout changes, and the participants in it are
-            // stopped after the usual five seconds.
-            KXLOG << "picture-in-picture hidden by the host";
+            // Hidden by the host through the pointer it holds, or by its close
+            // control: it stays hidden until the layout changes, and the
+            // participants in it are stopped after the usual five seconds.
+            KXLOG << "picture-in-picture hidden by the host or its close control";
             m_bPicInPicUserHidden = true;
             m_iPicInPicHiddenMode = curMode();
             QMetaObject::invokeMethod(this, [this]() { restartVideoMuteTimer(); }, Qt::QueuedConnection);
@@ -250,7 +250,8 @@ void QDlgScreen::notifyStageShare(const QString& userID)
     // that arrive while another holds the stage stay in the window quietly.
     tagPersonInfo* p = userID.isEmpty() ? nullptr : findPersonByUserID(userID);
     if (p && p->isShareScreen())
-        QKXScreenConfig::getInstance()->notifyHost(10, reinterpret_cast<quintptr>(p), reinterpret_cast<quintptr>(p->pUserData));
+        QKXScreenConfig::getInstance()->notifyHost(10, reinterpret_cast<quintptr>(p),
+                                                   reinterpret_cast<quintptr>(p->pUserData));
 }
 
 QWidget* QDlgScreen::GetPicInPicWidgetPtr() const

@@ -528,7 +528,9 @@ private:
             }
             return;
         }
-        const int key = how == QLatin1String("out") ? Qt::Key_Minus : how == QLatin1String("fit") ? Qt::Key_0 : Qt::Key_Plus;
+        const int key = how == QLatin1String("out")   ? Qt::Key_Minus
+                        : how == QLatin1String("fit") ? Qt::Key_0
+                                                      : Qt::Key_Plus;
         for (int i = 0; i < (key == Qt::Key_0 ? 1 : qMax(1, a)); ++i) {
             QKeyEvent press(QEvent::KeyPress, key, Qt::ControlModifier);
             QApplication::sendEvent(tile, &press);

@@ -53,7 +53,8 @@ int zoomStep(int percent, double fitScale, int steps)
     const double least = fit * 1.05;
     double at = percent > 0 ? percent : fit;
     for (; steps > 0; --steps) {
-        const int* next = std::find_if(std::begin(kStops), std::end(kStops), [&](int s) { return s > at && s > least; });
+        const int* next =
+            std::find_if(std::begin(kStops), std::end(kStops), [&](int s) { return s > at && s > least; });
         if (next != std::end(kStops))
             at = *next;
     }
