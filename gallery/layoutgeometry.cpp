@@ -418,16 +418,19 @@ QRect splitStageRect(int W, int H, int half, int g)
     return rc;
 }
 
-PicInPicGeometry picInPicGeometry(bool several, int count, int pageIdx)
+PicInPicGeometry picInPicGeometry(bool several, int count, int pageIdx, int oneWidth, int screenWidth)
 {
     // Small enough to leave the screen to whatever the user works on, large
     // enough to tell faces and read a name.
     constexpr int kBar = 28;
     constexpr int kButton = 24;
     constexpr int kGap = 4;
+    constexpr int kGrip = 16;
     PicInPicGeometry geo;
-    const int width = several ? 240 : 320;
-    const int tileH = several ? 135 : 180;
+    const int widest = screenWidth > 0 ? qMax(kPicInPicMinWidth, screenWidth / 3) : oneWidth;
+    geo.oneWidth = qBound(kPicInPicMinWidth, oneWidth, qMax(kPicInPicMinWidth, widest));
+    const int width = several ? geo.oneWidth * 3 / 4 : geo.oneWidth;
+    const int tileH = width * 9 / 16;
     const int perPage = several ? 4 : 1;
     geo.pages = qMax(1, (count + perPage - 1) / perPage);
     geo.pageIdx = several ? qBound(0, pageIdx, geo.pages - 1) : 0;
@@ -435,7 +438,9 @@ PicInPicGeometry picInPicGeometry(bool several, int count, int pageIdx)
     geo.window = QSize(width, kBar + shown * tileH + (shown - 1) * kGap);
     geo.bar = QRect(0, 0, width, kBar);
     const int y = (kBar - kButton) / 2;
-    geo.toggle = QRect(width - kButton - kGap, y, kButton, kButton);
+    geo.close = QRect(width - kButton - kGap, y, kButton, kButton);
+    geo.toggle = QRect(width - 2 * (kButton + kGap), y, kButton, kButton);
+    geo.grip = QRect(width - kGrip, geo.window.height() - kGrip, kGrip, kGrip);
     if (several) {
         geo.prev = QRect(kGap, y, kButton, kButton);
         geo.next = QRect(2 * kGap + kButton, y, kButton, kButton);
@@ -443,6 +448,54 @@ PicInPicGeometry picInPicGeometry(bool several, int count, int pageIdx)
     for (int i = 0; i < qMin(shown, count); ++i)
         geo.tiles.append(QRect(0, kBar + i * (tileH + kGap), width, tileH));
     return geo;
+}
+
+namespace {
+
+qint64 areaOf(const QRect& r)
+{
+    return r.isEmpty() ? 0 : qint64(r.width()) * r.height();
+}
+
+// The left (or top) edge that keeps a span of length len within [lo, hi].
+int clampSpan(int at, int len, int lo, int hi)
+{
+    return qBound(lo, at, qMax(lo, hi - len + 1));
+}
+
+} // namespace
+
+QPoint keepOnScreens(const QRect& wanted, const QVector<QRect>& areas)
+{
+    if (areas.isEmpty())
+        return wanted.topLeft();
+    QRect box;
+    for (const QRect& a : areas)
+        box |= a;
+    QRect r = wanted;
+    r.moveTopLeft(QPoint(clampSpan(r.left(), r.width(), box.left(), box.right()),
+                         clampSpan(r.top(), r.height(), box.top(), box.bottom())));
+    // The screens do not overlap: covered wholly when the parts add up.
+    qint64 covered = 0;
+    int best = 0;
+    qint64 bestOverlap = -1;
+    qint64 bestDistance = 0;
+    for (int i = 0; i < areas.size(); ++i) {
+        const qint64 overlap = areaOf(r & areas.at(i));
+        const QPoint d = areas.at(i).center() - r.center();
+        const qint64 distance = qint64(d.x()) * d.x() + qint64(d.y()) * d.y();
+        covered += overlap;
+        if (overlap > bestOverlap || (overlap == bestOverlap && distance < bestDistance)) {
+            best = i;
+            bestOverlap = overlap;
+            bestDistance = distance;
+        }
+    }
+    if (covered >= areaOf(r))
+        return r.topLeft();
+    const QRect& a = areas.at(best);
+    return QPoint(clampSpan(r.left(), r.width(), a.left(), a.right()),
+                  clampSpan(r.top(), r.height(), a.top(), a.bottom()));
 }
 
 } // namespace kxlayout

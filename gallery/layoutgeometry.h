@@ -63,19 +63,35 @@ QRect shareStageRect(int W, int H);
 QRect splitStageRect(int W, int H, int half, int g = 1);
 
 // The floating picture-in-picture window, in its own coordinates: a control
-// bar along the top, then one 320 x 180 tile ("one"), or up to four
-// 240 x 135 tiles in a column ("several", paged four at a time).
+// bar along the top, then one 16:9 tile as wide as the window ("one", 320 x
+// 180 unless the person resized it), or up to four in a column, three
+// quarters as wide ("several", paged four at a time).
+constexpr int kPicInPicWidth = 320;    // "one", as it first opens
+constexpr int kPicInPicMinWidth = 160; // the narrowest a tile still shows a face and a name at
 struct PicInPicGeometry {
     QSize window;
+    int oneWidth = 0;      // the width of "one" kept (the wanted one, within its limits)
     QRect bar;
     QRect toggle;          // one <-> several
+    QRect close;           // hides the window
+    QRect grip;            // dragged to resize, at the bottom-right corner
     QRect prev;            // page controls, empty in "one"
     QRect next;
     QVector<QRect> tiles;  // the tiles of the page shown
     int pageIdx = 0;       // clamped to the pages there are
     int pages = 1;
 };
-PicInPicGeometry picInPicGeometry(bool several, int count, int pageIdx);
+// oneWidth is the width wanted for "one", kept at least kPicInPicMinWidth
+// and, on a screen screenWidth wide (0: not known), at most a third of it.
+PicInPicGeometry picInPicGeometry(bool several, int count, int pageIdx, int oneWidth = kPicInPicWidth,
+                                  int screenWidth = 0);
+
+// Where a window dragged to `wanted` (global coordinates) stays, given the
+// available areas of the screens: where it was dragged while it lies within
+// their union (it may straddle two screens side by side), pulled into their
+// bounding box first; otherwise wholly on the screen it overlaps most (or,
+// overlapping none, the nearest). Unchanged without screens.
+QPoint keepOnScreens(const QRect& wanted, const QVector<QRect>& areas);
 
 } // namespace kxlayout
 

@@ -133,6 +133,16 @@ void QDlgScreen::adoptTile(CPlayWidget* tile)
     connect(overlay, &QDlgPlayInfo::notifyClickAudioCtrl, this, &QDlgScreen::onClickAudioCtl);
     connect(overlay, &QDlgPlayInfo::notifyClickMore, this, &QDlgScreen::onClickMore);
     connect(overlay, &QDlgPlayInfo::notifyRecallPerson, this, &QDlgScreen::onRecallPerson);
+    connect(tile, &CPlayWidget::zoomChanged, this, [this](CPlayWidget* t) {
+        // Zoomed: the large stream; fitted again: what the layout gives it.
+        tagPersonInfo* p = t->personInfo();
+        if (!isHasPerson(p))
+            return;
+        if (t->isZoomed())
+            setPersonStreamType(p, 4);
+        else
+            reposPlayWnd();
+    });
 }
 
 void QDlgScreen::runFromHost(Work kind, tagPersonInfo* person, std::function<void()> f, qint64 sub,
@@ -360,17 +370,23 @@ void QDlgScreen::onModJoinMeetingFinish()
 void QDlgScreen::onModAddSubtitle(int iType, int iIndex, QString name, QString text)
 {
     m_pSubtitleBand->addSentence(iType, iIndex, name, text);
+    if (m_pExtScreen)
+        m_pExtScreen->subtitleBand()->addSentence(iType, iIndex, name, text);
 }
 
 void QDlgScreen::onModClearSubtitles()
 {
     m_pSubtitleBand->clear();
+    if (m_pExtScreen)
+        m_pExtScreen->subtitleBand()->clear();
 }
 
 void QDlgScreen::onModOpenSubtitle(bool bOpen)
 {
     m_bSubtitleOpen = bOpen;
     m_pSubtitleBand->setOpen(bOpen);
+    if (m_pExtScreen)
+        m_pExtScreen->subtitleBand()->setOpen(bOpen);
 }
 
 QStringList QDlgScreen::subtitles() const

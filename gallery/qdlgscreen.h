@@ -2,6 +2,7 @@
 #define KX_QDLGSCREEN_H
 
 #include "gallerystate.h"
+#include "layoutmemory.h"
 #include "pendingwork.h"
 #include "speakerhold.h"
 
@@ -93,7 +94,7 @@ public:
     // The current layout (any thread) and the one to return to.
     int curMode() const { return m_iCurMode.load(); }
     void setCurMode(int mode) { m_iCurMode.store(mode); }
-    int preScreenMode() const { return m_iPreScreenMode; }
+    int preScreenMode() const { return m_layouts.home(); }
     const GalleryState& state() const { return m_state; }
 
     // --- host thread ---------------------------------------------------------
@@ -244,6 +245,7 @@ public:
     // The live captions as "name: text", oldest first.
     // Who holds the stage as active speaker, and how often it changed hands.
     QString stageSpeaker() const { return m_speakerHold.stage(); }
+    bool stageFollowsSpeaker() const { return m_bStageFollowsSpeaker; }
     int stageSpeakerChanges() const { return m_iStageSpeakerChanges; }
     // Shorter hold times, for tests.
     void setSpeakerHoldTimes(qint64 takeMs, qint64 holdMs);
@@ -322,8 +324,10 @@ private:
     void adoptTile(CPlayWidget* tile);
     void drainQueued();
     void stopTimers(); // the check and video-mute timers
-    // Brings every share kept for the external screen into the gallery.
+    // Brings every share kept for the external screen into the gallery, and
+    // the other way (true when any went).
     void takeBackExtShares();
+    bool extTakeShares();
     void extReset();
     void initModSlotMap();
     void bindTile(PlayMap::iterator it, tagPersonInfo* person, bool bFlag);
@@ -343,16 +347,21 @@ private:
     void beginLook(bool bToast, bool bFirst);
     void endLook();
     bool anyLookActive() const;
-    void restoreLookLayout();
+    // Shows the layout the causes under way want (after one began or ended).
+    void applyLayouts();
+    // A full view ends: its tile goes back to the layout.
+    void endFullView();
+    // Tells the host which share holds the stage now (message 10), if any.
+    void notifyStageShare(const QString& userID);
     // Pin, active speaker and voice activation.
     void setPinned(tagPersonInfo* pinned);
     void applyPin();
-    void speakerReport(const QString& userID);
-    void setSpeaking(const QString& userID);
+    void speakerReport(const QStringList& userIDs);
+    void setSpeaking(const QStringList& userIDs);
     void scheduleSpeakerTick();
     void onSpeakerTick();
     void applyStageSpeaker();
-    void bringSpeakerToFirstPage(tagPersonInfo* p);
+    bool bringSpeakerToFirstPage(tagPersonInfo* p); // true when it laid out again
     void cancelVoiceActivation();
     void NotifyShareWgtPos();
     void CheckShareWgtPosChanged();
@@ -415,7 +424,6 @@ private:
     int m_iPicInPicPageIdx = 0;
     QPoint m_ptMoreMenu;                         // where the "more" menu was opened
     tagPersonInfo* m_pAllLookPerson = nullptr;
-    int m_iPreLockMode = 0;
     std::atomic<qint64> m_minJoinTime;
     std::atomic<qint64> m_maxJoinTime;
     QPoint m_ptLastShareWgt;                     // last announced share tile position
@@ -435,12 +443,10 @@ private:
     QString m_qstrPicInPicOne;                   // the "one" state's choice while a share holds the stage
     bool m_bPicInPicUserHidden = false;          // hidden on request until the layout changes
     int m_iPicInPicHiddenMode = 0;
-    bool m_bPicInPicSwitchedLayout = false;      // showing the window switched to layout 4
     bool m_bPicInPicOwnChange = false;           // the window is shown or hidden by this controller
     bool m_bPicInPicShownInPass = false;         // message 26 is due once the pass is over
     QString m_qstrWhiteBoardUserID;              // whose whiteboard holds the stage; empty: none
     bool m_bWhiteBoardDual = false;
-    bool m_bWhiteBoardSwitchedLayout = false;
     QLabel* m_pWhiteBoard = nullptr;             // the stage area the host's whiteboard covers
 
     bool m_bJoinFinish = false;
@@ -448,8 +454,10 @@ private:
     SpeakerHold m_speakerHold;                   // who holds the stage as speaker
     QTimer* m_pSpeakerTimer = nullptr;           // when the hold can next change the stage
     QElapsedTimer m_speakerClock;
-    QString m_qstrSpeakingUserID;                // reported speaking right now (the border)
+    QStringList m_speakingIDs;                   // reported speaking right now (the border)
     bool m_bVoiceActivation = false;             // the speaker came through voice activation
+    bool m_bStageFollowsSpeaker = true;          // off from CancelVoiceActivate to the next SetVoiceActivate
+    QString m_qstrPrevStageSpeaker;              // who held the stage before the one on it
     int m_iStageSpeakerChanges = 0;
     CPlayWidget* m_pMoreMenuPlayWidget = nullptr; // tile whose "more" menu is open
     tagPersonInfo* m_pMoreMenuPerson = nullptr;
@@ -467,7 +475,9 @@ private:
     void setPersonName(tagPersonInfo* person, const QString& name);
 
     std::atomic<int> m_iCurMode{1};
-    int m_iPreScreenMode = 1;             // the layout to return to after a share or a full view
+    // What took the gallery over for a while (shares, the whiteboard, the
+    // floating window, a full view, looks) and the layout to come back to.
+    LayoutMemory m_layouts;
     GalleryState m_state;
     bool m_bHasShare = false;             // a remote share is in the roster
     bool m_bDisplayOrderFlag = false;     // argument of the last onDisplayOrder

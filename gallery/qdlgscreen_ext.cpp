@@ -6,7 +6,9 @@
 #include "dlgextscreen.h"
 #include "modulelog.h"
 #include "personinfo.h"
+#include "qdlgpicinpic.h"
 #include "qkxscreenconfig.h"
+#include "subtitleband.h"
 
 #include <QGuiApplication>
 #include <QScreen>
@@ -25,13 +27,19 @@ bool QDlgScreen::extOpen(int iScreen)
         connect(m_pExtScreen, &QDlgExtScreen::closedByScreen, this, &QDlgScreen::extReset);
         connect(m_pExtScreen, &QDlgExtScreen::notifyClickExtPlayWidget, this, &QDlgScreen::onNotifyClickExtPlayWidget);
         adoptTile(m_pExtScreen->tile());
+        // The captions there start with what is being said now.
+        SubtitleBand* band = m_pExtScreen->subtitleBand();
+        for (const kxsubtitle::SentenceStore::Sentence& t : m_pSubtitleBand->store().sentences())
+            band->addSentence(t.bFinal ? 1 : 0, t.index, t.name, t.text);
+        band->setOpen(m_bSubtitleOpen);
         // Host threads read the tile to hand it the frames of the participant
         // it shows; the window lives as long as the gallery.
         m_pExtTile.store(m_pExtScreen->tile(), std::memory_order_release);
     }
     KXLOG << "extOpen on screen" << iScreen << screens.at(iScreen)->name() << screens.at(iScreen)->geometry();
     m_pExtScreen->openOn(screens.at(iScreen));
-    reposPlayWnd(); // who is shown there, and the streams that follow
+    if (!extTakeShares())
+        reposPlayWnd(); // who is shown there, and the streams that follow
     return true;
 }
 
@@ -102,7 +110,9 @@ tagPersonInfo* QDlgScreen::extChoice() const
         if (p->isShareScreen())
             return p;
     }
-    for (const QString& id : {m_qstrSpeakingUserID, m_speakerHold.stage(), m_qstrAciveUserID}) {
+    // The speaker as the stage takes it, with the same hold: a projector that
+    // cut to every voice would be hard to watch.
+    for (const QString& id : {m_speakerHold.stage(), m_qstrAciveUserID}) {
         tagPersonInfo* p = id.isEmpty() ? nullptr : findPersonByUserID(id);
         if (p && !p->bSelf)
             return p;
@@ -118,6 +128,10 @@ void QDlgScreen::updateExtScreen()
     if (m_pExtScreen->person() != p)
         KXLOG << "external screen shows:" << (p ? p->userName : QString());
     m_pExtScreen->setPerson(p);
+    // Captions when it shows what the meeting looks at (the share, the stage,
+    // the automatic choice), not a participant the host put there for itself.
+    m_pExtScreen->setCaptionsShown(p && (p->isShareScreen() || m_qstrExtChosen.isEmpty() || p == m_pFocusPerson
+                                         || p->userID == m_qstrAciveUserID));
     // Full screen on a large display: the large stream, whatever its tile
     // in the gallery asks for (a share is never asked to switch).
     if (p && !p->isShareScreen() && p->iStreamType != 4)
@@ -139,6 +153,45 @@ void QDlgScreen::onModPrimaryScreenChanged(bool bPrimary)
     m_bPrimaryScreen = bPrimary;
     if (!bPrimary)
         takeBackExtShares();
+    else
+        extTakeShares();
+}
+
+bool QDlgScreen::extTakeShares()
+{
+    // The external screen becomes the shares' screen while they are on: each
+    // leaves the gallery as a share that ends (the layout from before comes
+    // back), and comes back as one that arrives when it stops being so.
+    if (!testIsShareInExtMode())
+        return false;
+    QVector<tagPersonInfo*> shares;
+    for (tagPersonInfo* p : qAsConst(m_vecPerson)) {
+        if (p->isShareScreen())
+            shares.append(p);
+    }
+    if (shares.isEmpty())
+        return false;
+    KXLOG << "external screen takes the shares:" << shares.size();
+    if (curMode() == 9 && m_pMaxPlayWnd && shares.contains(getPersonInfoByPlayWidgetPtr(m_pMaxPlayWnd)))
+        endFullView();
+    for (tagPersonInfo* p : qAsConst(shares)) {
+        m_pPicInPic->dropPerson(p);
+        if (p == m_pFocusPerson)
+            reAddFocusPersonToPlayMap();
+        RemovePersonFromPlayMap(p);
+        detachFromTiles(p);
+        p->pWidget = nullptr;
+        m_vecPerson.removeAll(p);
+        m_layouts.end(LayoutMemory::Share, p->userID);
+        m_extShares.append(p);
+    }
+    m_pSharePerson = nullptr;
+    m_bShareScanDue = true;
+    m_bHasShare = false;
+    testResetPreFocus();
+    applyLayouts();
+    reposPlayWnd();
+    return true;
 }
 
 void QDlgScreen::takeBackExtShares()

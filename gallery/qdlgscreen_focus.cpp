@@ -26,8 +26,11 @@ tagPersonInfo* QDlgScreen::getFoucsPerson() const
         if (!locked && p->bLockLook)
             locked = p;
     }
-    if (curMode() == 4 && share)
-        return share;
+    if (curMode() == 4 && share) {
+        // Of two shares, the one chosen for the stage, else the first to arrive.
+        tagPersonInfo* stage = findPersonByUserID(m_layouts.stageShare());
+        return stage && stage->isShareScreen() ? stage : share;
+    }
     if (m_pAllLookPerson && isHasPerson(m_pAllLookPerson))
         return m_pAllLookPerson;
     if (locked)
@@ -123,15 +126,6 @@ bool QDlgScreen::anyLookActive() const
     return false;
 }
 
-void QDlgScreen::restoreLookLayout()
-{
-    // The layout saved when the first look began comes back once the last
-    // one has ended.
-    if (m_iPreLockMode >= 1 && m_iPreLockMode <= 9)
-        setCurMode(m_iPreLockMode);
-    m_iPreLockMode = 0;
-}
-
 void QDlgScreen::onModAllLook(void* person, bool bAllLook)
 {
     auto* p = static_cast<tagPersonInfo*>(person);
@@ -198,18 +192,15 @@ void QDlgScreen::onModLookLock(void* person, bool bLock)
 void QDlgScreen::beginLook(bool bToast, bool bFirst)
 {
     // Everyone (or the local user) looks at one participant: show it large.
-    // The layout to return to is the one before the first look: a second
-    // look that begins meanwhile must not save the first one's layout.
+    // The looks together are one cause of the layout: a second look that
+    // begins meanwhile changes who is large, not the layout to return to.
     QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
     if (bFirst)
-        m_iPreLockMode = curMode();
+        m_layouts.begin(LayoutMemory::Look, QString(), curMode());
     if (bToast)
         cfg->notifyHost(13, 0, 0);
     reAddFocusPersonToPlayMap();
-    if (!IsFocusMode(curMode()) && curMode() != 9)
-        setMeetingMode(5);
-    else
-        reposPlayWnd();
+    applyLayouts();
 }
 
 void QDlgScreen::endLook()
@@ -222,9 +213,8 @@ void QDlgScreen::endLook()
         reposPlayWnd();
         return;
     }
-    const int back = m_iPreLockMode >= 1 && m_iPreLockMode <= 9 ? m_iPreLockMode : curMode();
-    m_iPreLockMode = 0;
-    setMeetingMode(back);
+    m_layouts.end(LayoutMemory::Look);
+    applyLayouts();
 }
 
 QString QDlgScreen::allLookUserID() const
@@ -301,14 +291,22 @@ void QDlgScreen::onModVoiceActivate(QString userID)
         return;
     }
     KXLOG << "onModVoiceActivate userName:" << p->userName;
+    // The host's decision, not a detector's guess: the participant takes the
+    // stage at once, and the stage follows the speaker reports again.
     m_bVoiceActivation = true;
-    speakerReport(userID);
+    m_bStageFollowsSpeaker = true;
+    if (!p->bSelf && m_speakerHold.force(userID, m_speakerClock.elapsed() + 1))
+        applyStageSpeaker();
+    scheduleSpeakerTick();
 }
 
 void QDlgScreen::onModCancelVoiceActivate()
 {
+    // The stage stops following who speaks until voice activation is set
+    // again; the speaking border still follows the reports.
     KXLOG << "onModCancelVoiceActivate";
     cancelVoiceActivation();
+    m_bStageFollowsSpeaker = false;
     if (IsFocusMode(curMode()))
         reAddFocusPersonToPlayMap();
     reposPlayWnd();
@@ -320,40 +318,52 @@ void QDlgScreen::cancelVoiceActivation()
     m_bVoiceActivation = false;
     m_speakerHold.clear();
     m_pSpeakerTimer->stop();
-    setSpeaking(QString());
     m_qstrAciveUserID.clear();
+    m_qstrPrevStageSpeaker.clear();
 }
 
 void QDlgScreen::onModSetSpeakList(QString userIDs)
 {
-    const QStringList ids = userIDs.split(QLatin1Char(','), Qt::SkipEmptyParts);
-    speakerReport(ids.isEmpty() ? QString() : ids.first().trimmed());
+    QStringList ids;
+    for (const QString& id : userIDs.split(QLatin1Char(','), Qt::SkipEmptyParts)) {
+        if (!id.trimmed().isEmpty())
+            ids.append(id.trimmed());
+    }
+    speakerReport(ids);
 }
 
-void QDlgScreen::speakerReport(const QString& userID)
+void QDlgScreen::speakerReport(const QStringList& userIDs)
 {
-    // Hosts report the speaker many times a second: the same one again
+    // Hosts report the speakers many times a second: the same list again
     // changes nothing, not even a repaint.
-    if (userID == m_qstrSpeakingUserID)
+    if (userIDs == m_speakingIDs)
         return;
-    setSpeaking(userID);
+    setSpeaking(userIDs);
     const qint64 now = m_speakerClock.elapsed() + 1;
-    tagPersonInfo* p = userID.isEmpty() ? nullptr : findPersonByUserID(userID);
-    if (p)
+    // The stage follows the first named. The local user never takes the
+    // stage as speaker: the first of the others does, and with nobody else
+    // named that is silence for the stage, and the last speaker stays.
+    QString candidate;
+    for (const QString& id : userIDs) {
+        tagPersonInfo* p = findPersonByUserID(id);
+        if (!p)
+            continue;
         p->spokeAt = now;
-    // The local user never takes the stage as speaker: for the stage that is
-    // silence, and the last speaker stays.
-    const QString candidate = p && !p->bSelf ? userID : QString();
+        if (candidate.isEmpty() && !p->bSelf)
+            candidate = id;
+    }
+    if (!m_bStageFollowsSpeaker)
+        return;
     if (m_speakerHold.report(candidate, now))
         applyStageSpeaker();
     scheduleSpeakerTick();
 }
 
-void QDlgScreen::setSpeaking(const QString& userID)
+void QDlgScreen::setSpeaking(const QStringList& userIDs)
 {
-    m_qstrSpeakingUserID = userID;
+    m_speakingIDs = userIDs;
     for (tagPersonInfo* q : qAsConst(m_vecPerson)) {
-        const bool speaking = !userID.isEmpty() && q->userID == userID;
+        const bool speaking = userIDs.contains(q->userID);
         if (q->bSpeaking != speaking) {
             q->bSpeaking = speaking;
             refreshTile(q);
@@ -381,33 +391,49 @@ void QDlgScreen::onSpeakerTick()
 void QDlgScreen::applyStageSpeaker()
 {
     const QString stage = m_speakerHold.stage();
+    if (!m_qstrAciveUserID.isEmpty() && m_qstrAciveUserID != stage)
+        m_qstrPrevStageSpeaker = m_qstrAciveUserID;
     m_qstrAciveUserID = stage;
     ++m_iStageSpeakerChanges;
+    // A choice made in the floating window lasts until the next speaker.
+    m_qstrPicInPicOne.clear();
     tagPersonInfo* p = stage.isEmpty() ? nullptr : findPersonByUserID(stage);
     KXLOG << "[ScreenMod]active speaker on stage, userID:" << stage;
     const int mode = curMode();
+    bool bRelaid = false;
     if (IsFocusMode(mode)) {
         if (getFoucsPerson() != m_pFocusPerson) {
             reAddFocusPersonToPlayMap();
             reposPlayWnd();
+            bRelaid = true;
         }
     } else if (mode >= 1 && mode <= 3 && p) {
-        bringSpeakerToFirstPage(p);
+        bRelaid = bringSpeakerToFirstPage(p);
+    }
+    if (!bRelaid) {
+        // A share (or a full view) keeps the stage: the floating window and
+        // the external screen follow the speaker by themselves.
+        if (extIsOpen() && extShownUserID() != (extChoice() ? extChoice()->userID : QString())) {
+            reposPlayWnd();
+        } else if (usesPicInPic(mode) && m_pPicInPic->isVisible()) {
+            placePicInPic();
+            restartVideoMuteTimer();
+        }
     }
     if (m_bVoiceActivation)
         m_pVoiceActivatePlayWidget = p && isHasPerson(p) ? static_cast<CPlayWidget*>(p->pWidget) : nullptr;
 }
 
-void QDlgScreen::bringSpeakerToFirstPage(tagPersonInfo* p)
+bool QDlgScreen::bringSpeakerToFirstPage(tagPersonInfo* p)
 {
     // A speaker already on screen keeps its tile: the grid does not reshuffle.
     if (p->pWidget && p->pWidget->isVisible())
-        return;
+        return false;
     const int mode = curMode();
     const int places = qMin(mode == 3 ? 8 : 6, m_vecPerson.size());
     const int idx = m_vecPerson.indexOf(p);
     if (idx < places)
-        return; // on the first page already (the local user is looking at another)
+        return false; // on the first page already (the local user is looking at another)
     QVector<kxorder::PlaceItem> page(places);
     for (int i = 0; i < places; ++i) {
         const tagPersonInfo* q = m_vecPerson.at(i);
@@ -416,12 +442,13 @@ void QDlgScreen::bringSpeakerToFirstPage(tagPersonInfo* p)
     }
     const int t = kxorder::speakerPlaceIndex(page);
     if (t < 0)
-        return;
+        return false;
     // The stamp keeps the speaker ahead of the participants who joined
     // before it when the roster is next ordered.
     p->joinTime = getMinJoinTime();
     std::swap(m_vecPerson[t], m_vecPerson[idx]);
     reposPlayWnd();
+    return true;
 }
 
 void QDlgScreen::setSpeakerHoldTimes(qint64 takeMs, qint64 holdMs)
@@ -515,11 +542,11 @@ void QDlgScreen::onLeftBtnDBClick(CPlayWidget* widget)
     }
     // Elsewhere a double click shows that tile alone; another brings the
     // layout back.
-    if (mode == 9) {
-        const int back = m_iPreScreenMode == 9 ? 1 : m_iPreScreenMode;
-        setMeetingMode(back);
+    if (mode == 9 && m_layouts.isActive(LayoutMemory::FullView)) {
+        endFullView();
+        applyLayouts();
     } else if (getPersonInfoByPlayWidgetPtr(widget)) {
-        m_iPreScreenMode = mode;
+        m_layouts.begin(LayoutMemory::FullView, QString(), mode);
         m_pMaxPlayWnd = widget;
         m_pCurSelPlayWidget = widget;
         setMeetingMode(9);

@@ -41,9 +41,12 @@ CPlayWidget* QDlgScreen::getCurSelPlayWidgetPtr()
 
 bool QDlgScreen::setMeetingMode(int mode)
 {
-    KXLOG << "[ScreenMod]setMeetingMode:" << mode << m_iPreScreenMode;
-    if (curMode() == 9 && mode != 9)
+    KXLOG << "[ScreenMod]setMeetingMode:" << mode << m_layouts.home();
+    if (curMode() == 9 && mode != 9) {
+        // Whatever leaves the full view ends it.
         m_pMaxPlayWnd = nullptr;
+        m_layouts.end(LayoutMemory::FullView);
+    }
     if (!getCurSelPlayWidgetPtr())
         return false;
     setCurMode(mode);
@@ -58,6 +61,9 @@ bool QDlgScreen::setMeetingMode(int mode)
 
 void QDlgScreen::onMeetingMode(int mode)
 {
+    // The host's choice holds now and is the layout to come back to when
+    // whatever is under way (a share, a look) ends.
+    m_layouts.choose(mode);
     m_iPageIdx = 0;
     setMeetingMode(mode);
     if (mode == 1 && m_pAllLookPerson && m_pAllLookPerson->pWidget)
@@ -93,10 +99,11 @@ void QDlgScreen::onModSwitchMode()
     } else if (cur == 5) {
         next = 1;
     } else {
-        // The toggle never goes back to full screen.
-        if (m_iPreScreenMode == 9)
-            m_iPreScreenMode = 5;
-        next = m_iPreScreenMode;
+        // Back to the layout to return to, never to full screen; from that
+        // layout itself, to the grid.
+        next = m_layouts.home() == 9 ? 5 : m_layouts.home();
+        if (next == cur)
+            next = 1;
     }
     onMeetingMode(next);
 }

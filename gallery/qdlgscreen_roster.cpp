@@ -97,24 +97,33 @@ void QDlgScreen::onModAddPerson(void* person)
     KXLOG << "AddMeetingPerson 1personSize: " << m_vecPerson.size();
     KXLOG << "onModAddPerson 0, userName:" << p->userName << ",pWidget:" << p->pWidget << ",userID:" << p->userID;
 
+    bool bTakesStage = false;
     if (p->isShareScreen()) {
         m_bHasShare = true;
-        if (curMode() != 9)
-            m_iPreScreenMode = curMode();
+        // A share takes the screen from a full view too; the layout before
+        // the first of what took the gallery over comes back after the last.
+        if (curMode() == 9)
+            endFullView();
+        const QString stage = m_layouts.stageShare();
+        m_layouts.begin(LayoutMemory::Share, p->userID, curMode());
+        bTakesStage = m_layouts.stageShare() != stage;
         KXLOG << "share screen,userName:" << p->userName << ",userID:" << p->userID
-              << ",LockMode:" << m_iPreScreenMode;
-        setCurMode(4);
-        // The share takes the big tile; whoever had it gets it back when the share ends.
-        if (m_pFocusPerson && m_pFocusPerson != p)
-            m_pPreFocusPerson = m_pFocusPerson;
-        reAddFocusPersonToPlayMap();
+              << ",LockMode:" << m_layouts.home();
+        setCurMode(m_layouts.layout());
+        // The share takes the big tile; whoever had it gets it back when the
+        // share ends. A second share waits in the floating window.
+        if (bTakesStage) {
+            if (m_pFocusPerson && !m_pFocusPerson->isShareScreen())
+                m_pPreFocusPerson = m_pFocusPerson;
+            reAddFocusPersonToPlayMap();
+        }
     }
     const quint64 serial = p->serial;
     const QString name = p->userName;
     if (p->isShareScreen()) {
         emit notifyDisplayOrder(false);
-        // The share's tip: the share is the focused participant now.
-        cfg->notifyHost(10, reinterpret_cast<quintptr>(p), reinterpret_cast<quintptr>(p->pUserData));
+        if (bTakesStage)
+            notifyStageShare(p->userID);
     } else {
         reposPlayWnd();
     }
@@ -223,22 +232,29 @@ bool QDlgScreen::DelPerson(tagPersonInfo* p)
     }
     p->pWidget = nullptr;
 
+    // A full view ends with its participant.
+    if (bMax)
+        endFullView();
+    QString stageShare;
     if (p->isShareScreen()) {
         m_pSharePerson = nullptr;
         m_bShareScanDue = true;
         m_bHasShare = firstShare() != nullptr;
-        setCurMode(m_iPreScreenMode);
-        m_pMaxPlayWnd = nullptr;
-        const bool bReset = testResetPreFocus();
-        if (m_iPreScreenMode == 9 && bReset)
-            m_pMaxPlayWnd = m_pFocusPlayWidget;
+        const bool bHadStage = m_layouts.stageShare() == p->userID;
+        m_layouts.end(LayoutMemory::Share, p->userID);
+        setCurMode(m_layouts.layout());
+        if (curMode() != 9)
+            m_pMaxPlayWnd = nullptr;
+        if (bHadStage) {
+            // The other share takes the stage, else whoever had it before.
+            stageShare = m_layouts.stageShare();
+            if (stageShare.isEmpty())
+                testResetPreFocus();
+        }
     } else if (p == m_pFocusPerson) {
-        m_pMaxPlayWnd = nullptr;
         m_pFocusPlayWidget->ClearVideo();
         m_pFocusPlayWidget->setPersonData(nullptr, false);
         m_pFocusPerson = nullptr;
-        if (m_iPreScreenMode == 9 && (p->bLockLook || p->bAllLook))
-            m_iPreLockMode = 5;
     } else if (p == m_pPreFocusPerson) {
         m_pPreFocusPerson = nullptr;
     }
@@ -249,8 +265,10 @@ bool QDlgScreen::DelPerson(tagPersonInfo* p)
         // 16 and 12 go to the host, which may call back in: what is read
         // afterwards is this gallery's own state, and p is not freed yet.
         testCancelLockLook(p);
-        if (!anyLookActive())
-            restoreLookLayout();
+        if (!anyLookActive()) {
+            m_layouts.end(LayoutMemory::Look);
+            setCurMode(m_layouts.layout());
+        }
     }
     if (p == m_pFocusPerson)
         m_pFocusPerson = nullptr;
@@ -259,14 +277,15 @@ bool QDlgScreen::DelPerson(tagPersonInfo* p)
     if (m_bVoiceActivation && p->userID == m_speakerHold.stage())
         cancelVoiceActivation();
     m_speakerHold.forget(p->userID);
-    if (p->userID == m_qstrSpeakingUserID)
-        m_qstrSpeakingUserID.clear();
+    m_speakingIDs.removeAll(p->userID);
+    if (p->userID == m_qstrPrevStageSpeaker)
+        m_qstrPrevStageSpeaker.clear();
 
     if (!m_vecPerson.isEmpty()) {
         testPrevPageForDelPerson();
         if (bMax) {
-            KXLOG << "setMeetingMode m_iPreScreenMode:" << m_iPreScreenMode;
-            setMeetingMode(m_iPreScreenMode);
+            KXLOG << "setMeetingMode m_iPreScreenMode:" << m_layouts.layout();
+            applyLayouts();
         } else {
             KXLOG << "notifyDisplayOrder";
             onDisplayOrder(false);
@@ -276,6 +295,8 @@ bool QDlgScreen::DelPerson(tagPersonInfo* p)
         setCurMode(1);
     }
     forgetPerson(p);
+    // Told once the share is gone: the host may call back in.
+    notifyStageShare(stageShare);
     return true;
 }
 
@@ -479,7 +500,7 @@ void QDlgScreen::resetAll()
     m_iPageIdx = 0;
     m_iPicInPicPageIdx = 0;
     m_pAllLookPerson = nullptr;
-    m_iPreLockMode = 0;
+    m_layouts.reset(1);
     m_ptMoreMenu = QPoint();
     m_ptLastShareWgt = QPoint();
     m_bShareWgtKnown = false;
@@ -488,7 +509,9 @@ void QDlgScreen::resetAll()
     m_pVoiceActivatePlayWidget = nullptr;
     m_bVoiceActivation = false;
     m_qstrFocusUserID.clear();
-    m_qstrSpeakingUserID.clear();
+    m_speakingIDs.clear();
+    m_bStageFollowsSpeaker = true;
+    m_qstrPrevStageSpeaker.clear();
     m_speakerHold.clear();
     m_pSpeakerTimer->stop();
     m_bJoinFinish = false;

@@ -107,16 +107,20 @@ void QDlgScreen::placePicInPic()
         releasePicInPic();
         return;
     }
-    // "One" shows the participant chosen in the window while a share holds
-    // the stage, else who speaks, else the first.
-    tagPersonInfo* one = findPersonByUserID(m_qstrPicInPicOne);
-    if (!others.contains(one)) {
-        one = findPersonByUserID(m_qstrSpeakingUserID);
-        if (!one && !m_qstrAciveUserID.isEmpty())
-            one = findPersonByUserID(m_qstrAciveUserID);
-        if (!others.contains(one) || one->bSelf)
-            one = others.first();
+    // "One" shows the participant chosen in the window (until the next
+    // speaker takes the stage), else the stage speaker, with the stage's
+    // hold, else the one before (when the speaker is on the stage itself),
+    // else the first. Never the participant on the stage.
+    tagPersonInfo* one = nullptr;
+    for (const QString& id : {m_qstrPicInPicOne, m_speakerHold.stage(), m_qstrPrevStageSpeaker}) {
+        tagPersonInfo* p = id.isEmpty() ? nullptr : findPersonByUserID(id);
+        if (p && p != stage && (!p->bSelf || id == m_qstrPicInPicOne)) {
+            one = p;
+            break;
+        }
     }
+    if (!one)
+        one = others.first();
     m_pPicInPic->setParticipants(others, one);
     m_iPicInPicPageIdx = m_pPicInPic->pageIndex();
     for (int i = 0; m_pPicInPic->tile(i); ++i) {
@@ -173,10 +177,10 @@ bool QDlgScreen::eventFilter(QObject* watched, QEvent* e)
 {
     if (watched == m_pPicInPic && !m_bPicInPicOwnChange) {
         if (e->type() == QEvent::Hide && m_pPicInPic->isHidden()) {
-            // Hidden by the host through the pointer it holds: it stays hidden
-            // until the layout changes, and the participants in it are
-            // stopped after the usual five seconds.
-            KXLOG << "picture-in-picture hidden by the host";
+            // Hidden by the host through the pointer it holds, or by its close
+            // control: it stays hidden until the layout changes, and the
+            // participants in it are stopped after the usual five seconds.
+            KXLOG << "picture-in-picture hidden by the host or its close control";
             m_bPicInPicUserHidden = true;
             m_iPicInPicHiddenMode = curMode();
             QMetaObject::invokeMethod(this, [this]() { restartVideoMuteTimer(); }, Qt::QueuedConnection);
@@ -214,29 +218,40 @@ bool QDlgScreen::isOnScreen(const tagPersonInfo* p) const
 void QDlgScreen::testShowPicInPicDialog(bool bShow)
 {
     KXLOG << "testShowPicInPicDialog bShow:" << bShow << ",mode:" << curMode();
+    // The window needs a stage: layout 4 (or a full view), as a share
+    // would, until it is hidden again.
+    m_bPicInPicUserHidden = !bShow;
     if (bShow) {
-        m_bPicInPicUserHidden = false;
-        if (!usesPicInPic(curMode())) {
-            // The window needs a stage: layout 4, as a share would, until it
-            // is hidden again.
-            m_iPreScreenMode = curMode();
-            m_bPicInPicSwitchedLayout = true;
-            setMeetingMode(4);
-            return;
-        }
+        m_layouts.begin(LayoutMemory::PicInPic, QString(), curMode());
+    } else {
+        m_iPicInPicHiddenMode = curMode();
+        m_layouts.end(LayoutMemory::PicInPic);
+    }
+    if (m_layouts.layout() != curMode())
+        applyLayouts();
+    else
         reposPlayWnd();
-        return;
-    }
-    m_bPicInPicUserHidden = true;
-    m_iPicInPicHiddenMode = curMode();
-    if (m_bPicInPicSwitchedLayout) {
-        m_bPicInPicSwitchedLayout = false;
-        if (curMode() == 4 && !hasShare() && m_qstrWhiteBoardUserID.isEmpty()) {
-            setMeetingMode(m_iPreScreenMode);
-            return;
-        }
-    }
-    reposPlayWnd();
+}
+
+void QDlgScreen::applyLayouts()
+{
+    setMeetingMode(m_layouts.layout());
+}
+
+void QDlgScreen::endFullView()
+{
+    m_layouts.end(LayoutMemory::FullView);
+    m_pMaxPlayWnd = nullptr;
+}
+
+void QDlgScreen::notifyStageShare(const QString& userID)
+{
+    // The share's tip: that share is the focused participant now. Shares
+    // that arrive while another holds the stage stay in the window quietly.
+    tagPersonInfo* p = userID.isEmpty() ? nullptr : findPersonByUserID(userID);
+    if (p && p->isShareScreen())
+        QKXScreenConfig::getInstance()->notifyHost(10, reinterpret_cast<quintptr>(p),
+                                                   reinterpret_cast<quintptr>(p->pUserData));
 }
 
 QWidget* QDlgScreen::GetPicInPicWidgetPtr() const
@@ -271,6 +286,14 @@ void QDlgScreen::onClickPicInPicPlayWidget(void* person)
     if (!testLivePerson(p, "onClickPicInPicPlayWidget"))
         return;
     tagPersonInfo* stage = curMode() == 4 ? m_pFocusPerson : nullptr;
+    if (p->isShareScreen() && stage && stage->isShareScreen() && m_layouts.chooseStageShare(p->userID)) {
+        // The other share takes the stage; the one that had it goes to the window.
+        KXLOG << "share put on the stage, userID:" << p->userID;
+        reAddFocusPersonToPlayMap();
+        reposPlayWnd();
+        notifyStageShare(p->userID);
+        return;
+    }
     if ((stage && stage->isShareScreen()) || !m_qstrWhiteBoardUserID.isEmpty()) {
         // The share keeps the stage; the click chooses who "one" shows.
         m_qstrPicInPicOne = p->userID;
@@ -407,16 +430,14 @@ void QDlgScreen::onModShareWhiteBoard(QString userID, bool bShare, bool bDulMode
     if (bShare) {
         if (userID.isEmpty())
             return;
-        const bool bWasOn = !m_qstrWhiteBoardUserID.isEmpty();
         m_qstrWhiteBoardUserID = userID;
         m_bWhiteBoardDual = bDulMode;
-        if (!bWasOn && curMode() != 4) {
-            if (curMode() != 9)
-                m_iPreScreenMode = curMode();
-            m_bWhiteBoardSwitchedLayout = true;
-        }
+        // The whiteboard takes the stage, from a full view too.
+        if (curMode() == 9)
+            endFullView();
+        m_layouts.begin(LayoutMemory::WhiteBoard, QString(), curMode());
         m_bShareWgtKnown = false; // the host needs the area's position even if a share had it
-        setMeetingMode(4);
+        applyLayouts();
         return;
     }
     if (m_qstrWhiteBoardUserID.isEmpty())
@@ -425,13 +446,8 @@ void QDlgScreen::onModShareWhiteBoard(QString userID, bool bShare, bool bDulMode
     m_bWhiteBoardDual = false;
     m_pWhiteBoard->hide();
     m_bShareWgtKnown = false;
-    if (m_bWhiteBoardSwitchedLayout && !hasShare()) {
-        m_bWhiteBoardSwitchedLayout = false;
-        setMeetingMode(m_iPreScreenMode);
-        return;
-    }
-    m_bWhiteBoardSwitchedLayout = false;
-    setMeetingMode(curMode());
+    m_layouts.end(LayoutMemory::WhiteBoard);
+    applyLayouts();
 }
 
 void QDlgScreen::onModMeetingRoomMinimized(bool bMinimized)

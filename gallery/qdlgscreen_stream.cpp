@@ -18,6 +18,9 @@ void QDlgScreen::setPersonStreamType(tagPersonInfo* person, int iStreamType)
         KXLOG << "nullptr==pPerson";
         return;
     }
+    // A share read at actual size needs every pixel it has, whatever its tile.
+    if (person->pWidget && person->pWidget->isZoomed())
+        iStreamType = 4;
     // Only recorded here; the next frame of the participant announces it, so a
     // participant whose video has not arrived is not re-subscribed.
     person->iStreamType = iStreamType;

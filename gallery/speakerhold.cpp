@@ -17,6 +17,15 @@ bool SpeakerHold::report(const QString& speaker, qint64 now)
     return tick(now);
 }
 
+bool SpeakerHold::force(const QString& speaker, qint64 now)
+{
+    if (speaker.isEmpty() || speaker == m_stage)
+        return false;
+    m_stage = speaker;
+    m_stageSince = now;
+    return true;
+}
+
 bool SpeakerHold::tick(qint64 now)
 {
     const qint64 at = nextChangeAt();

@@ -28,6 +28,10 @@ public:
 
     // The participant speaking now; true when the stage changed.
     bool report(const QString& speaker, qint64 now);
+    // The host decides who speaks (voice activation): that participant has
+    // the stage from now, without the wait, and holds it as any speaker does.
+    // True when the stage changed.
+    bool force(const QString& speaker, qint64 now);
     // Time passes; true when the stage changed.
     bool tick(qint64 now);
     // The participant on the stage (empty before anyone has taken it).

@@ -34,6 +34,8 @@ struct KxApi
     PFN_KXScreen_SetHasMic SetHasMic = nullptr;
     PFN_KXScreen_SetVolume SetVolume = nullptr;
     PFN_KXScreen_SetCurSpeakPerson SetCurSpeakPerson = nullptr;
+    PFN_KXScreen_SetVoiceActivateByUserID SetVoiceActivateByUserID = nullptr;
+    PFN_KXScreen_CancelVoiceActivate CancelVoiceActivate = nullptr;
     PFN_KXScreen_UpdateNetWeak UpdateNetWeak = nullptr;
     PFN_KXScreen_StartLocalShare StartLocalShare = nullptr;
     PFN_KXScreen_StopLocalShare StopLocalShare = nullptr;
@@ -93,6 +95,8 @@ struct KxApi
         get(SetHasMic, "KXScreen_SetHasMic");
         get(SetVolume, "KXScreen_SetVolume");
         get(SetCurSpeakPerson, "KXScreen_SetCurSpeakPerson");
+        get(SetVoiceActivateByUserID, "KXScreen_SetVoiceActivateByUserID");
+        get(CancelVoiceActivate, "KXScreen_CancelVoiceActivate");
         get(UpdateNetWeak, "KXScreen_UpdateNetWeak");
         get(StartLocalShare, "KXScreen_StartLocalShare");
         get(StopLocalShare, "KXScreen_StopLocalShare");

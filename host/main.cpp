@@ -335,6 +335,20 @@ public:
             m_meeting.speak(who(arg), w.size() > 2 ? w.at(2).toInt() : 75);
             if (Participant* p = who(arg))
                 m_captionSpeaker = p;
+        } else if (verb == QLatin1String("voice")) {
+            // "voice on [NAME]": that participant on the stage at once, and the
+            // stage follows who speaks again; "voice off": it stops following
+            if (arg == QLatin1String("off")) {
+                m_api.CancelVoiceActivate(m_screen);
+            } else if (Participant* p = who(w.value(2))) {
+                QByteArray id = p->userId;
+                m_api.SetVoiceActivateByUserID(m_screen, id.data());
+            }
+        } else if (verb == QLatin1String("zoom")) {
+            // "zoom in|out [N]", "zoom fit", "zoom pan DX DY": what a person
+            // does to read a share on the stage at actual size (Ctrl+'+',
+            // Ctrl+'-', Ctrl+0 on the tile, a drag); the module does the rest
+            zoomStage(arg, w.value(2).toInt(), w.value(3).toInt());
         } else if (verb == QLatin1String("subtitles")) {
             m_subtitles = flag(arg, m_subtitles);
             m_api.OpenSubtitle(m_screen, m_subtitles);
@@ -493,6 +507,36 @@ private:
         m_counters.lastPageTurnMs = m_clock.elapsed();
     }
 
+    // The largest tile on screen (the stage) gets the keys and the drag a
+    // person would give it.
+    void zoomStage(const QString& how, int a, int b)
+    {
+        QWidget* tile = nullptr;
+        for (QWidget* w : m_area->findChildren<QWidget*>())
+            if (w->inherits("CPlayWidget") && w->isVisible() && (!tile || w->width() > tile->width()))
+                tile = w;
+        if (!tile)
+            return;
+        if (how == QLatin1String("pan")) {
+            const QPoint from = tile->rect().center();
+            for (const auto& step : {std::make_pair(QEvent::MouseButtonPress, from),
+                                     std::make_pair(QEvent::MouseMove, from + QPoint(a, b)),
+                                     std::make_pair(QEvent::MouseButtonRelease, from + QPoint(a, b))}) {
+                QMouseEvent e(step.first, step.second, tile->mapToGlobal(step.second), Qt::LeftButton,
+                              step.first == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton, Qt::NoModifier);
+                QApplication::sendEvent(tile, &e);
+            }
+            return;
+        }
+        const int key = how == QLatin1String("out")   ? Qt::Key_Minus
+                        : how == QLatin1String("fit") ? Qt::Key_0
+                                                      : Qt::Key_Plus;
+        for (int i = 0; i < (key == Qt::Key_0 ? 1 : qMax(1, a)); ++i) {
+            QKeyEvent press(QEvent::KeyPress, key, Qt::ControlModifier);
+            QApplication::sendEvent(tile, &press);
+        }
+    }
+
     // The gallery takes its skin when it is created: a new skin means a new
     // gallery, told again who is here.
     void setSkin(bool light)
@@ -610,14 +654,19 @@ private:
     }
 
     // The window as a person sees it: the module's floating window, a
-    // window of its own, is drawn where it stands over the meeting window.
+    // window of its own, is drawn where it stands over the meeting window
+    // (on Wayland, where no client knows where its windows are, where it
+    // opens: the gallery's top-right corner).
     QPixmap windowShot()
     {
         QPixmap shot = grab();
         QWidget* pip = m_screen ? m_api.GetPicInPicWidgetPtr(m_screen) : nullptr;
         if (pip && pip->isVisible()) {
+            QPoint at = pip->mapToGlobal(QPoint(0, 0)) - mapToGlobal(QPoint(0, 0));
+            if (QGuiApplication::platformName() == QLatin1String("wayland"))
+                at = m_area->mapTo(this, QPoint(m_area->width() - pip->width() - 16, 16));
             QPainter painter(&shot);
-            painter.drawPixmap(pip->mapToGlobal(QPoint(0, 0)) - mapToGlobal(QPoint(0, 0)), pip->grab());
+            painter.drawPixmap(at, pip->grab());
         }
         return shot;
     }

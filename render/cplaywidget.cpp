@@ -10,10 +10,12 @@
 #include "tilerenderer.h"
 #include "videoframe.h"
 
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPaintEvent>
 #include <QPainter>
 #include <QTimer>
+#include <QWheelEvent>
 #include <QtMath>
 #include <cstdlib>
 #include <cstring>
@@ -38,6 +40,9 @@ CPlayWidget::CPlayWidget(QWidget* parent)
     else
         setAttribute(Qt::WA_OpaquePaintEvent); // every pixel is painted: the picture and black bars
     setGeometry(0, 0, 1, 1);
+    // A click gives a tile the keyboard for a share's zoom keys; every other
+    // key goes on to the gallery.
+    setFocusPolicy(Qt::ClickFocus);
     hide();
     // Made after the surface, so that it lies above it.
     m_pPlayInfo = new QDlgPlayInfo(this);
@@ -83,8 +88,12 @@ void CPlayWidget::setPersonData(void* person, bool bFlag)
 
         // A record freed since may come back at the same address: what was
         // painted for it is not this record's picture.
-        if (m_pPersonInfo != newPerson)
+        if (m_pPersonInfo != newPerson) {
             m_pPaintedPerson = nullptr;
+            // Another participant starts fitted.
+            m_iZoom = 0;
+            m_bPanning = false;
+        }
         m_pPersonInfo = newPerson;
         if (newPerson) {
             if (newPerson->iWidth != 0) {
@@ -475,8 +484,110 @@ void CPlayWidget::mousePressEvent(QMouseEvent* event)
         // follows within the timer's run.
         m_pClickTimer->start(300);
         m_ptPress = event->globalPos();
+        // A zoomed share is panned by dragging it.
+        m_bPanning = m_iZoom > 0;
+        m_ptPan = event->pos();
     }
     QWidget::mousePressEvent(event);
+}
+
+void CPlayWidget::mouseReleaseEvent(QMouseEvent* event)
+{
+    m_bPanning = false;
+    QWidget::mouseReleaseEvent(event);
+}
+
+// ---------------------------------------------------------------------------
+// Actual size for shares
+// ---------------------------------------------------------------------------
+
+QSize CPlayWidget::sharePictureSize() const
+{
+    std::lock_guard<std::recursive_mutex> lock(m_mutex);
+    tagPersonInfo* p = m_pPersonInfo;
+    if (!p || isDeletedPerson(p) || !p->isShareScreen())
+        return QSize();
+    std::lock_guard<std::recursive_mutex> buf(p->bufMutex);
+    return p->m_pBufYuv420p ? QSize(p->iAlignedWidth, p->iHeight) : QSize();
+}
+
+bool CPlayWidget::zoomBy(int steps, const QPointF& anchor)
+{
+    const QSize pic = sharePictureSize();
+    if (pic.isEmpty())
+        return false;
+    const QSize tile = size() * devicePixelRatioF();
+    const double fit = qMin(double(tile.width()) / pic.width(), double(tile.height()) / pic.height());
+    setZoom(kxvideo::zoomStep(m_iZoom, fit, steps), anchor.isNull() ? QPointF(width() / 2.0, height() / 2.0) : anchor);
+    return true;
+}
+
+void CPlayWidget::zoomToFit()
+{
+    setZoom(0, QPointF());
+}
+
+void CPlayWidget::setZoom(int percent, const QPointF& anchor)
+{
+    if (percent == m_iZoom)
+        return;
+    const QSize pic = sharePictureSize();
+    if (percent > 0 && pic.isEmpty())
+        return;
+    if (percent > 0) {
+        // The picture point under the anchor stays where it is.
+        const qreal dpr = devicePixelRatioF();
+        const QSize tile = size() * dpr;
+        const kxvideo::ZoomView from = kxvideo::zoomView(tile, pic, m_iZoom, m_zoomCentre);
+        m_zoomCentre = kxvideo::zoomAnchor(from, tile, percent, anchor * dpr);
+    }
+    const bool bWasZoomed = m_iZoom > 0;
+    m_iZoom = percent;
+    m_bViewChanged = true;
+    if (percent > 0)
+        setCursor(Qt::OpenHandCursor);
+    else
+        unsetCursor();
+    KXLOG << "[ScreenMod]share zoom:" << percent << ", this:" << this;
+    requestPaint();
+    if (bWasZoomed != (percent > 0))
+        emit zoomChanged(this);
+}
+
+void CPlayWidget::wheelEvent(QWheelEvent* event)
+{
+    // Ctrl+wheel zooms a share, a notch a stop; any other wheel pages the gallery.
+    if (!(event->modifiers() & Qt::ControlModifier) || sharePictureSize().isEmpty()) {
+        event->ignore();
+        return;
+    }
+    m_iWheelRest += event->angleDelta().y();
+    const int steps = m_iWheelRest / 120;
+    m_iWheelRest -= steps * 120;
+    if (steps)
+        zoomBy(steps, event->position());
+    event->accept();
+}
+
+void CPlayWidget::keyPressEvent(QKeyEvent* event)
+{
+    if ((event->modifiers() & Qt::ControlModifier) && !sharePictureSize().isEmpty()) {
+        switch (event->key()) {
+        case Qt::Key_Plus:
+        case Qt::Key_Equal: // '+' without Shift on most layouts
+            zoomBy(1);
+            return;
+        case Qt::Key_Minus:
+            zoomBy(-1);
+            return;
+        case Qt::Key_0:
+            zoomToFit();
+            return;
+        default:
+            break;
+        }
+    }
+    QWidget::keyPressEvent(event);
 }
 
 void CPlayWidget::mouseDoubleClickEvent(QMouseEvent* event)
@@ -494,6 +605,14 @@ void CPlayWidget::mouseDoubleClickEvent(QMouseEvent* event)
 
 void CPlayWidget::mouseMoveEvent(QMouseEvent* event)
 {
+    if (m_bPanning && m_iZoom > 0 && (event->buttons() & Qt::LeftButton)) {
+        // The picture follows the pointer; the paint keeps it over the tile.
+        const QPoint d = event->pos() - m_ptPan;
+        m_ptPan = event->pos();
+        m_zoomCentre -= QPointF(d) * devicePixelRatioF() * 100.0 / m_iZoom;
+        m_bViewChanged = true;
+        requestPaint();
+    }
     const QPoint pos = event->globalPos();
     const int dx = std::abs(pos.x() - m_ptPress.x());
     const int dy = std::abs(pos.y() - m_ptPress.y());
@@ -511,6 +630,7 @@ void CPlayWidget::resizeEvent(QResizeEvent* event)
     QWidget::resizeEvent(event);
     if (m_pSurface)
         m_pSurface->setGeometry(rect());
+    m_bViewChanged = m_bViewChanged || m_iZoom > 0;
     m_pPlayInfo->move(0, 0);
     m_pPlayInfo->setFixedSize(size());
     emit notifyViewCenter(width(), height());
@@ -558,10 +678,18 @@ void CPlayWidget::drawPicture(qreal devicePixelRatio, const std::function<bool(c
     pic.v = pic.y + qint64(pic.width) * pic.height * 5 / 4;
     pic.surface = size() * devicePixelRatio;
     pic.target = kxvideo::deviceVideoRect(QRect(m_iDspX, m_iDspY, m_iDspWidth, m_iDspHeight), size(), devicePixelRatio);
+    pic.source = QRect(0, 0, pic.width, pic.height);
+    if (m_iZoom > 0 && p->isShareScreen()) {
+        const kxvideo::ZoomView z = kxvideo::zoomView(pic.surface, pic.source.size(), m_iZoom, m_zoomCentre);
+        m_zoomCentre = z.centre;
+        pic.source = z.source;
+        pic.target = z.target;
+    }
     if (!draw(pic))
         return;
     m_pPaintedPerson = p;
     m_bNewPicture = false;
+    m_bViewChanged = false;
     ++m_iPaintedFrames;
     if (PaintObserver observer = g_paintObserver.load(std::memory_order_relaxed))
         observer(this, pic.y);
@@ -574,13 +702,14 @@ void CPlayWidget::convertIfOutOfDate()
     {
         std::lock_guard<std::recursive_mutex> lock(m_mutex);
         target = kxvideo::deviceVideoRect(QRect(m_iDspX, m_iDspY, m_iDspWidth, m_iDspHeight), size(), dpr);
-        const bool moved = !m_image.isNull() && target != m_imageRect;
-        if (!moved && !m_bNewPicture && m_pPaintedPerson == m_pPersonInfo)
+        // A zoomed picture goes elsewhere than the fitted one: m_bViewChanged says when it moved.
+        const bool moved = !m_image.isNull() && target != m_imageRect && m_iZoom == 0;
+        if (!moved && !m_bNewPicture && !m_bViewChanged && m_pPaintedPerson == m_pPersonInfo)
             return;
     }
     bool drawn = false;
     drawPicture(dpr, [&](const TilePicture& pic) {
-        if (!m_converter.convert(pic.y, pic.width, pic.height, pic.target.size(), m_image))
+        if (!m_converter.convert(pic.y, pic.width, pic.height, pic.target.size(), m_image, pic.source))
             return false;
         m_image.setDevicePixelRatio(dpr);
         m_imageRect = pic.target;
@@ -589,7 +718,7 @@ void CPlayWidget::convertIfOutOfDate()
     });
     // A picture that cannot be drawn again where it now goes is not left
     // where it was: the tile shows black, as a resized GL surface does.
-    if (!drawn && m_imageRect != target)
+    if (!drawn && m_imageRect != target && m_iZoom == 0)
         m_image = QImage();
 }
 
@@ -601,7 +730,7 @@ void CPlayWidget::requestPaint()
     }
     const qreal dpr = devicePixelRatioF();
     const QRect target = kxvideo::deviceVideoRect(videoRect(), size(), dpr);
-    if (m_image.isNull() || target != m_imageRect) {
+    if (m_image.isNull() || target != m_imageRect || m_iZoom > 0) {
         update();
         return;
     }

@@ -28,6 +28,7 @@ struct TilePicture
     const unsigned char* v = nullptr;
     int width = 0;
     int height = 0;
+    QRect source; // the part of the picture drawn: all of it unless a share is zoomed
     QRect target;
     QSize surface;
 };
@@ -114,6 +115,17 @@ public:
     typedef void (*PaintObserver)(CPlayWidget* tile, const unsigned char* picture);
     static void setPaintObserver(PaintObserver observer);
 
+    // Actual size for a share: the zoom in percent of the picture's own
+    // pixels (device pixels per picture pixel), 0 when fitted. Ctrl+wheel
+    // and Ctrl+'+', '-' and '0' on the tile zoom it; above fit a drag pans.
+    int zoomPercent() const { return m_iZoom; }
+    bool isZoomed() const { return m_iZoom > 0; }
+    // Zooms one stop in (steps > 0) or out about anchor, a point of the tile
+    // in logical pixels (null: its centre); false when the tile shows no
+    // share picture to zoom.
+    bool zoomBy(int steps, const QPointF& anchor = QPointF());
+    void zoomToFit();
+
     // True when this tile draws on the CPU, without OpenGL.
     bool isRaster() const { return m_pSurface == nullptr; }
     // The video as the tile draws it, bars included and the overlay left
@@ -126,6 +138,8 @@ signals:
     void notifyPlayStatusChange(CPlayWidget* widget);
     void notifyRender();
     void notifyViewCenter(int iWidth, int iHeight);
+    // The share's zoom went from fit to a zoom or back (the stream it needs).
+    void zoomChanged(CPlayWidget* widget);
 
 public slots:
     void onRender();
@@ -139,6 +153,9 @@ protected:
     void mousePressEvent(QMouseEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
@@ -160,6 +177,10 @@ private:
     void fromAnyThread(void (CPlayWidget::*signal)());
     void fromAnyThread(void (CPlayWidget::*signal)(int, int));
     void repaintIfKeptOutOfDate();
+    // The picture's size as drawn (rows cut to a multiple of 8), empty when
+    // the tile shows no share picture.
+    QSize sharePictureSize() const;
+    void setZoom(int percent, const QPointF& anchor);
 
     TileGLSurface* m_pSurface = nullptr; // null: drawn on the CPU
     int m_iDspX = 0;
@@ -191,6 +212,16 @@ private:
     YuvImageConverter m_converter;
     QImage m_image;
     QRect m_imageRect;
+
+    // The zoom of a share (interface thread): percent (0 fitted), the
+    // picture point in the middle of the tile, the last drag point while
+    // panning, wheel turns not yet a whole notch.
+    int m_iZoom = 0;
+    QPointF m_zoomCentre;
+    QPoint m_ptPan;
+    bool m_bPanning = false;
+    int m_iWheelRest = 0;
+    bool m_bViewChanged = false; // zoomed or panned since the last conversion
 };
 
 #endif

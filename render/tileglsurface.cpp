@@ -2,6 +2,9 @@
 
 #include "cplaywidget.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace {
 
 const char* const kVertexShader =
@@ -158,6 +161,16 @@ bool TileGLSurface::draw(const TilePicture& pic)
         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
     }
 
+    // The part of the picture drawn (all of it, or the view of a zoomed
+    // share), bottom corners first as the vertices are.
+    const double u0 = double(pic.source.left()) / pic.width;
+    const double u1 = double(pic.source.left() + pic.source.width()) / pic.width;
+    const double v0 = double(pic.source.top()) / pic.height;
+    const double v1 = double(pic.source.top() + pic.source.height()) / pic.height;
+    const GLfloat corners[8] = {GLfloat(u0), GLfloat(v1), GLfloat(u1), GLfloat(v1),
+                                GLfloat(u0), GLfloat(v0), GLfloat(u1), GLfloat(v0)};
+    std::copy(std::begin(corners), std::end(corners), m_texCoords);
+    glVertexAttribPointer(1, 2, GL_FLOAT, GL_FALSE, 0, m_texCoords);
     glUniform1i(m_locTexY, 0);
     glUniform1i(m_locTexU, 1);
     glUniform1i(m_locTexV, 2);

@@ -42,6 +42,9 @@ private:
     QOpenGLTexture m_textureU;
     QOpenGLTexture m_textureV;
     QOpenGLShaderProgram* m_program = nullptr; // one per GL context, made by initializeGL
+    // The part of the picture drawn, as texture coordinates of the four
+    // corners; read by the draw call, so kept here.
+    GLfloat m_texCoords[8] = {};
 };
 
 #endif

@@ -1,6 +1,8 @@
 #include "videoframe.h"
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <limits>
 
 namespace kxvideo {
@@ -41,6 +43,79 @@ QRect fitVideo(int W, int H, int videoW, int videoH)
     const int x = (W - w) / 2;
     const int y = (H - h) / 2;
     return QRect(x, y, w, h);
+}
+
+int zoomStep(int percent, double fitScale, int steps)
+{
+    static const int kStops[] = {25, 33, 50, 67, 75, 100, 125, 150, 200};
+    // A stop less than 5 % above the fitted scale would be no visible change.
+    const double fit = fitScale * 100;
+    const double least = fit * 1.05;
+    double at = percent > 0 ? percent : fit;
+    for (; steps > 0; --steps) {
+        const int* next =
+            std::find_if(std::begin(kStops), std::end(kStops), [&](int s) { return s > at && s > least; });
+        if (next != std::end(kStops))
+            at = *next;
+    }
+    for (; steps < 0; ++steps) {
+        double below = fit;
+        for (int s : kStops) {
+            if (s < at && s > least)
+                below = s;
+        }
+        at = below;
+    }
+    return at > least ? int(at) : 0;
+}
+
+namespace {
+
+// One side of a zoom view: from the picture's [start, start + len) to the
+// tile's [at, at + size).
+struct ZoomSpan {
+    int start, len, at, size;
+    double centre;
+};
+
+ZoomSpan zoomSpan(int tile, int picture, double scale, double centre)
+{
+    const double scaled = picture * scale;
+    if (scaled <= tile) {
+        const int size = qMax(1, qRound(scaled));
+        return {0, picture, (tile - size) / 2, size, picture / 2.0};
+    }
+    const int len = qBound(1, qRound(tile / scale), picture);
+    const double c = qBound(len / 2.0, centre, picture - len / 2.0);
+    const int start = qBound(0, qRound(c - len / 2.0), picture - len) & ~1;
+    return {start, len, 0, tile, c};
+}
+
+} // namespace
+
+ZoomView zoomView(const QSize& tile, const QSize& picture, int percent, const QPointF& centre)
+{
+    ZoomView z;
+    if (tile.isEmpty() || picture.isEmpty())
+        return z;
+    const double fit = qMin(double(tile.width()) / picture.width(), double(tile.height()) / picture.height());
+    const double scale = percent > 0 ? percent / 100.0 : fit;
+    const ZoomSpan x = zoomSpan(tile.width(), picture.width(), scale, centre.x());
+    const ZoomSpan y = zoomSpan(tile.height(), picture.height(), scale, centre.y());
+    z.source = QRect(x.start, y.start, x.len, y.len);
+    z.target = QRect(x.at, y.at, x.size, y.size);
+    z.centre = QPointF(x.centre, y.centre);
+    return z;
+}
+
+QPointF zoomAnchor(const ZoomView& from, const QSize& tile, int percent, const QPointF& anchor)
+{
+    if (from.target.isEmpty() || percent <= 0)
+        return from.centre;
+    const double scale = percent / 100.0;
+    const QPointF under(from.source.x() + (anchor.x() - from.target.x()) * from.source.width() / from.target.width(),
+                        from.source.y() + (anchor.y() - from.target.y()) * from.source.height() / from.target.height());
+    return under + (QPointF(tile.width(), tile.height()) / 2 - anchor) / scale;
 }
 
 QRect deviceVideoRect(const QRect& video, const QSize& tile, qreal dpr)

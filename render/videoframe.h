@@ -1,7 +1,9 @@
 #ifndef KX_VIDEOFRAME_H
 #define KX_VIDEOFRAME_H
 
+#include <QPointF>
 #include <QRect>
+#include <QSize>
 #include <QtGlobal>
 #include <cstdint>
 
@@ -31,6 +33,31 @@ constexpr qint64 kMaxFrameSide = 16384;
 // picture within the side limit is still refused when it would need more
 // buffer than the largest picture a camera or a screen sends.
 constexpr qint64 kMaxFrameArea = qint64(7680) * 4320;
+// Actual size for shares. A zoom is a scale in device pixels per picture
+// pixel, in percent (100: each picture pixel on one device pixel); 0 is the
+// picture fitted in the tile.
+//
+// One step up or down from percent through the stops 25, 33, 50, 67, 75,
+// 100, 125, 150 and 200 that lie more than 5 % above the fitted scale
+// fitScale (up to 200; steps < 0 go down), 0 when that is at fit or below.
+int zoomStep(int percent, double fitScale, int steps);
+// What a tile shows of a picture at a zoom: the part of the picture (source,
+// picture pixels, starting on even ones, where a chroma sample starts) and
+// where it goes (target, the tile's device pixels, rows from the top). Along
+// a side where the scaled picture is smaller than the tile, all of it,
+// centred; along a larger one, the tile's length of it about centre (picture
+// pixels), which is kept so that the picture covers the tile (the centre
+// returned). percent 0 fits the picture, without the letterbox's bias.
+struct ZoomView {
+    QRect source;
+    QRect target;
+    QPointF centre;
+};
+ZoomView zoomView(const QSize& tile, const QSize& picture, int percent, const QPointF& centre);
+// The centre that keeps the picture point under anchor (the tile's device
+// pixels) in place when the view `from` changes to percent.
+QPointF zoomAnchor(const ZoomView& from, const QSize& tile, int percent, const QPointF& anchor);
+
 // Bytes of a tightly packed I420 picture: width x height luma and two chroma
 // planes of ceil(width/2) x ceil(height/2).
 qint64 i420Size(qint64 width, qint64 height);

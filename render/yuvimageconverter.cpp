@@ -32,9 +32,14 @@ const libyuv::YuvConstants* bt709()
 
 } // namespace
 
-bool YuvImageConverter::convert(const uint8_t* planes, int width, int height, const QSize& size, QImage& image)
+bool YuvImageConverter::convert(const uint8_t* planes, int width, int height, const QSize& size, QImage& image,
+                                const QRect& source)
 {
     if (!planes || width < 2 || height < 2 || size.width() < 1 || size.height() < 1)
+        return false;
+    QRect part = source.isNull() ? QRect(0, 0, width, height) : source & QRect(0, 0, width, height);
+    part.moveTopLeft(QPoint(part.left() & ~1, part.top() & ~1));
+    if (part.width() < 2 || part.height() < 2)
         return false;
     if (image.size() != size || image.format() != QImage::Format_RGB32) {
         QImage fresh(size, QImage::Format_RGB32);
@@ -44,12 +49,13 @@ bool YuvImageConverter::convert(const uint8_t* planes, int width, int height, co
     }
 
     const qint64 lumaBytes = qint64(width) * height;
-    const uint8_t* y = planes;
-    const uint8_t* u = planes + lumaBytes;
-    const uint8_t* v = planes + lumaBytes * 5 / 4;
+    const qint64 chromaAt = qint64(part.top() / 2) * (width / 2) + part.left() / 2;
+    const uint8_t* y = planes + qint64(part.top()) * width + part.left();
+    const uint8_t* u = planes + lumaBytes + chromaAt;
+    const uint8_t* v = planes + lumaBytes * 5 / 4 + chromaAt;
     int yStride = width;
     int cStride = width / 2;
-    if (size != QSize(width, height)) {
+    if (size != part.size()) {
         // Scaling the planes first converts only the pixels shown, and moves
         // 1.5 bytes a pixel through the scaler instead of 4.
         const int w = size.width();
@@ -64,8 +70,8 @@ bool YuvImageConverter::convert(const uint8_t* planes, int width, int height, co
         uint8_t* sy = m_scaled.data();
         uint8_t* su = sy + size_t(w) * size_t(h);
         uint8_t* sv = su + size_t(cw) * size_t((h + 1) / 2);
-        libyuv::I420Scale(y, yStride, u, cStride, v, cStride, width, height, sy, w, su, cw, sv, cw, w, h,
-                          libyuv::kFilterBilinear);
+        libyuv::I420Scale(y, yStride, u, cStride, v, cStride, part.width(), part.height(), sy, w, su, cw, sv, cw, w,
+                          h, libyuv::kFilterBilinear);
         y = sy;
         u = su;
         v = sv;

@@ -19,6 +19,14 @@
         <source>Show one</source>
         <translation>Eine Person anzeigen</translation>
     </message>
+    <message>
+        <source>Close</source>
+        <translation>Schließen</translation>
+    </message>
+    <message>
+        <source>Resize</source>
+        <translation>Größe ändern</translation>
+    </message>
 </context>
 <context>
     <name>QDlgPlayInfo</name>

@@ -19,6 +19,14 @@
         <source>Show one</source>
         <translation>Show one</translation>
     </message>
+    <message>
+        <source>Close</source>
+        <translation>Close</translation>
+    </message>
+    <message>
+        <source>Resize</source>
+        <translation>Resize</translation>
+    </message>
 </context>
 <context>
     <name>QDlgPlayInfo</name>

@@ -19,6 +19,14 @@
         <source>Show one</source>
         <translation>显示一人</translation>
     </message>
+    <message>
+        <source>Close</source>
+        <translation>关闭</translation>
+    </message>
+    <message>
+        <source>Resize</source>
+        <translation>调整大小</translation>
+    </message>
 </context>
 <context>
     <name>QDlgPlayInfo</name>

@@ -79,7 +79,7 @@ m R07 render/cplaywidget.cpp 'if (!newPerson && wasShare) {' 'if (false && wasSh
       "a detached share leaves its last picture up"
 m R08 render/yuvimageconverter.cpp 'bt709(), size.width()' '&libyuv::kYuvI601Constants, size.width()' \
       "software drawing converts with the BT.601 matrix"
-m R09 render/cplaywidget.cpp $'if (!moved && !m_bNewPicture && m_pPaintedPerson == m_pPersonInfo)\n            return;' '' \
+m R09 render/cplaywidget.cpp $'if (!moved && !m_bNewPicture && !m_bViewChanged && m_pPaintedPerson == m_pPersonInfo)\n            return;' '' \
       "a tile drawn on the CPU converts its picture again on every paint"
 m R10 render/tileglsurface.cpp 'm_tile->drawPicture(devicePixelRatioF(),' 'm_tile->drawPicture(1.0,' \
       "OpenGL viewport ignores the screen's pixel ratio"

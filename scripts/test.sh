@@ -9,6 +9,7 @@
 #   KX_CHAOS_OPS=100000 scripts/test.sh   the long chaos run (release build)
 #   KX_SKIP_SANITIZE=1                    no AddressSanitizer build
 #   KX_SKIP_TSAN=1                        no ThreadSanitizer build
+#   KX_SKIP_WAYLAND=1                     no Wayland smoke stage
 #   KX_SKIP_FUZZ=1                        no fuzzing
 #   KX_FUZZ_SECONDS=60                    fuzzing time with the window hidden
 #                                         (a third of it again with it shown)
@@ -23,6 +24,32 @@ run_display() {
 cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build build -j"$jobs"
 run_display ctest --test-dir build --output-on-failure -j1
+if [ "${KX_SKIP_WAYLAND:-0}" != "1" ]; then
+  # The module on Wayland (qtwayland5): Weston's headless compositor, the
+  # reference host's headless runs and the floating window's scenarios of
+  # the gallery test. There a client cannot place or move its top-level
+  # windows, nor learn where they are.
+  wl_dir=$(mktemp -d "${TMPDIR:-/tmp}/kx-wayland.XXXXXX")
+  chmod 700 "$wl_dir"
+  XDG_RUNTIME_DIR="$wl_dir" weston --backend=headless-backend.so --no-config --socket=kx-wayland --width=1920 --height=1080 \
+    --idle-time=0 >"$wl_dir/weston.log" 2>&1 &
+  weston_pid=$!
+  trap 'kill "$weston_pid" 2>/dev/null || true; rm -rf "$wl_dir"' EXIT
+  for _ in $(seq 100); do
+    [ -S "$wl_dir/kx-wayland" ] && break
+    kill -0 "$weston_pid" 2>/dev/null || break
+    sleep 0.1
+  done
+  [ -S "$wl_dir/kx-wayland" ] || { cat "$wl_dir/weston.log" >&2; echo "weston did not start" >&2; exit 1; }
+  wl_run() { env -u DISPLAY XDG_RUNTIME_DIR="$wl_dir" WAYLAND_DISPLAY=kx-wayland QT_QPA_PLATFORM=wayland \
+    KX_TEST_ARTIFACTS="$PWD/build/test-artifacts/wayland" QT_LOGGING_RULES=kxscreen.debug=false "$@"; }
+  wl_run build/tests/tst_gallery floatingWindow shareTakesTheStage zoomAndPanAShare
+  wl_run build/tests/tst_host defaultMeeting scenario
+  kill "$weston_pid" 2>/dev/null || true
+  wait "$weston_pid" 2>/dev/null || true
+  trap - EXIT
+  rm -rf "$wl_dir"
+fi
 if [ "${KX_SKIP_SANITIZE:-0}" != "1" ]; then
   cmake -S . -B build-asan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DKX_SANITIZE=ON -DKX_BUILD_BENCH=OFF -DKX_BUILD_HOST=OFF >/dev/null
   cmake --build build-asan -j"$jobs"

@@ -83,11 +83,10 @@ template <typename Handles> QString checkRoster(QDlgScreen* s, const Handles& li
             return QStringLiteral("live play handle %1 is dead").arg(quintptr(p), 0, 16);
         expected.insert(static_cast<ST_KXPlayHdl*>(p)->pPlayData);
     }
-    if (QSet<tagPersonInfo*>(s->persons().begin(), s->persons().end()) != expected
-        || s->persons().size() != int(live.size()))
-        return QStringLiteral("the roster holds %1, %2 were added and not removed")
-            .arg(s->persons().size())
-            .arg(live.size());
+    // Shares kept for the external screen are the gallery's too, outside the roster.
+    const QVector<tagPersonInfo*> all = s->persons() + s->extShares();
+    if (QSet<tagPersonInfo*>(all.begin(), all.end()) != expected || all.size() != int(live.size()))
+        return QStringLiteral("the roster holds %1, %2 were added and not removed").arg(all.size()).arg(live.size());
     return QString();
 }
 

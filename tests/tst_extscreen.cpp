@@ -4,6 +4,7 @@
 #include "dlgextscreen.h"
 #include "layoutgeometry.h"
 #include "qdlgplayinfo.h"
+#include "subtitleband.h"
 
 #include <QScreen>
 
@@ -46,10 +47,22 @@ private slots:
         QCOMPARE(w->geometry(), second->geometry());
         // Automatic: nobody speaks and nothing is shared, so the gallery's focus.
         QCOMPARE(extUser(g.h), s->getFoucsPerson()->userID);
+        // It follows the stage speaker, after the stage's hold, in the grid too.
+        s->setSpeakerHoldTimes(200, 400);
+        KXScreen_SetCurSpeakPerson(g.h, const_cast<char*>("u1"));
+        pump();
+        QVERIFY(extUser(g.h) != "u1");
+        QTRY_COMPARE(extUser(g.h), QString("u1"));
+        // Captions there too while it shows what the meeting looks at, over its video.
+        KXScreen_OpenSubtitle(g.h, true);
+        KXScreen_AddSentence(g.h, 1, 1, const_cast<char*>("P0"), const_cast<char*>("Hello there"));
+        SubtitleBand* band = w->findChild<SubtitleBand*>();
+        QTRY_VERIFY(band->isVisible() && extTile(g.h)->geometry().contains(band->geometry()));
         // The host's choice: in both places, from one copy of each frame.
         QCOMPARE(KXScreenExt_SetUserID(g.h, "u2"), 1);
         pump();
         QCOMPARE(extUser(g.h), QString("u2"));
+        QVERIFY(!band->isVisible());
         Frame f = Frame::blocks(640, 360);
         QCOMPARE(onHostThread([&]() { return KXScreen_PlayFrame(g.h, g.handles.at(2), &f.rec); }), 1);
         pump();
@@ -82,10 +95,11 @@ private slots:
         pump();
         QVERIFY(!KXScreenExt_IsOpen(g.h) && !KXScreenExt_GetWidgetPtr(g.h) && !w->isVisible());
         QCOMPARE(KXScreenExt_Open(g.h, 0) + KXScreenExt_Close(g.h) + KXScreenExt_IsOpen(g.h), 2);
-        // A share kept for the external screen: there, not in the gallery.
+        // A share kept for the external screen (it takes one the gallery shows): there, not in the gallery.
         QCOMPARE(KXScreenExt_Open(g.h, 1) + KXScreenExt_SetUserID(g.h, nullptr), 2);
-        KXScreen_ChangePrimaryScreen(g.h, true);
         void* share = addShare(g.h, "sharescreen_u1");
+        QTRY_COMPARE(g.mode(), 4);
+        KXScreen_ChangePrimaryScreen(g.h, true);
         QTRY_COMPARE(extUser(g.h), QString("sharescreen_u1"));
         QCOMPARE(g.mode(), 1);
         QCOMPARE(s->persons().size(), 3);
@@ -99,6 +113,7 @@ private slots:
         // The primary screen again: the share comes into the gallery.
         share = addShare(g.h, "sharescreen_u0");
         QTRY_COMPARE(s->extShares().value(0), recordOf(share));
+        g.host().clear();
         KXScreen_ChangePrimaryScreen(g.h, false);
         QTRY_COMPARE(g.mode(), 4);
         QTRY_COMPARE(s->focusPerson(), recordOf(share));

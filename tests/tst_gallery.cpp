@@ -6,8 +6,10 @@
 #include "layoutgeometry.h"
 #include "qdlgpicinpic.h"
 #include "qdlgplayinfo.h"
+#include "tilerenderer.h"
 
 #include <QAbstractEventDispatcher>
+#include <QScreen>
 #include <QWheelEvent>
 
 using namespace kxtest;
@@ -17,10 +19,17 @@ namespace {
 const unsigned Open = KXSCREEN_MSG_REMOTE_VIDEO_OPEN, Close = KXSCREEN_MSG_REMOTE_VIDEO_CLOSE;
 
 // One notch of the wheel over w: dy 120 away from the user, -120 toward.
-void wheel(QWidget* w, int dy)
+void wheel(QWidget* w, int dy, QPoint at = {100, 100}, Qt::KeyboardModifiers mod = Qt::NoModifier)
 {
-    QWheelEvent e(QPointF(100, 100), QPointF(w->mapToGlobal(QPoint(100, 100))), QPoint(), QPoint(0, dy), Qt::NoButton,
-                  Qt::NoModifier, Qt::NoScrollPhase, false);
+    QWheelEvent e(at, QPointF(w->mapToGlobal(at)), QPoint(), QPoint(0, dy), Qt::NoButton, mod, Qt::NoScrollPhase,
+                  false);
+    QCoreApplication::sendEvent(w, &e);
+}
+
+// The left button pressed, moved or released at `at` over w.
+void mouse(QWidget* w, QEvent::Type t, QPoint at)
+{
+    QMouseEvent e(t, at, w->mapToGlobal(at), Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
     QCoreApplication::sendEvent(w, &e);
 }
 
@@ -272,6 +281,25 @@ private slots:
         QVERIFY(other && other != stage);
         emit qobject_cast<QDlgPicInPic*>(pip)->notifyClickPicInPicPlayWidget(other);
         QTRY_VERIFY(s->focusPerson() == other && !g.inPicInPic().contains(other));
+        // Resized by its corner, its tile following, from a tile's narrowest to a third of its screen.
+        QWidget* grip = pip->findChild<QWidget*>("pipResize");
+        mouse(grip, QEvent::MouseButtonPress, {8, 8});
+        mouse(grip, QEvent::MouseMove, {88, 8});
+        QCOMPARE(g.inPicInPic().value(0)->pWidget->geometry(), QRect(0, 28, 400, 225));
+        QCOMPARE(pip->size(), QSize(400, 253));
+        mouse(grip, QEvent::MouseMove, {4000, 8});
+        QCOMPARE(pip->width(), pip->screen()->availableGeometry().width() / 3);
+        mouse(grip, QEvent::MouseMove, {-4000, 8});
+        QCOMPARE(pip->size(), QSize(160, 118));
+        // Dragged by its bar onto any screen, kept within them, where no compositor drags it itself.
+        if (QGuiApplication::platformName() != "wayland") {
+            const QPoint from = pip->pos();
+            mouse(pip, QEvent::MouseButtonPress, {60, 10});
+            mouse(pip, QEvent::MouseMove, {160, 60});
+            QCOMPARE(pip->pos(), from + QPoint(100, 50));
+            mouse(pip, QEvent::MouseMove, {9000, 9000});
+            QCOMPARE(pip->geometry().bottomRight(), pip->screen()->availableGeometry().bottomRight());
+        }
         // Minimised: the gallery's tiles stop counting, the window's still count.
         g.host().clear();
         KXScreen_SetMeetingRoomMinimized(g.h, true);
@@ -291,6 +319,12 @@ private slots:
         QCOMPARE(KXScreen_ShowPicInPic(g.h, false), 1);
         QTRY_VERIFY(!pip->isVisible() && g.shown().size() == 3);
         QCOMPARE(g.mode(), 1);
+        // Its close control hides it as the host does, until the layout changes.
+        g.setMode(4);
+        QTRY_VERIFY(pip->isVisible());
+        QTest::mouseClick(pip->findChild<QWidget*>("pipClose"), Qt::LeftButton);
+        pump();
+        QVERIFY(!pip->isVisible() && g.inPicInPic().isEmpty());
     }
 
     void activeSpeakerAndPin()
@@ -305,13 +339,13 @@ private slots:
         const QRect kept = g.tile(2);
         KXScreen_SetCurSpeakPerson(g.h, u2.data());
         QTRY_COMPARE(s->stageSpeaker(), QString("u2"));
-        QVERIFY(g.rec(2)->pWidget->playInfo()->isSpeakingShown());
+        QVERIFY(g.rec(2)->pWidget->playInfo()->isSpeakingShown() && g.rec(5)->pWidget->playInfo()->isSpeakingShown());
         QCOMPARE(g.tile(2), kept);
         // One off the page takes the place of who spoke least recently on the
-        // first page (nobody else spoke: the last there), nobody else moves.
+        // first page (u2 and u5 spoke: u4, before u5), nobody else moves.
         const QRect third = g.tile(3);
         KXScreen_SetCurSpeakPerson(g.h, u7.data());
-        QTRY_COMPARE(s->persons().indexOf(g.rec(7)), 5);
+        QTRY_COMPARE(s->persons().indexOf(g.rec(7)), 4);
         QVERIFY(!g.rec(2)->pWidget->playInfo()->isSpeakingShown());
         QCOMPARE(g.tile(2), kept);
         QCOMPARE(g.tile(3), third);
@@ -344,6 +378,15 @@ private slots:
         KXScreen_CancelVoiceActivate(g.h);
         pump();
         QVERIFY(s->focusPerson() != g.rec(7) && s->stageSpeaker().isEmpty());
+        // It stays cancelled: the border follows who speaks, the stage does not, until voice activation is
+        // set again, which puts that participant there at once, however long the hold.
+        KXScreen_SetCurSpeakPerson(g.h, u8.data());
+        pump();
+        QVERIFY(g.rec(8)->bSpeaking && s->stageSpeaker().isEmpty());
+        s->setSpeakerHoldTimes(60000, 60000);
+        KXScreen_SetVoiceActivateByUserID(g.h, u1.data());
+        pump();
+        QCOMPARE(s->focusPerson(), g.rec(1));
     }
 
     void stalledParticipantMovesBack()
@@ -435,6 +478,25 @@ private slots:
         KXScreen_ShareWhiteBoard(g.h, "u1", false, true);
         QTRY_COMPARE(sr->pWidget->geometry(), kxlayout::shareStageRect(1280, 720));
         QVERIFY(!board->isVisible());
+        // Who speaks shows in the window once the stage's hold is over; a second share waits there
+        // quietly until it is clicked, and the first waits there then.
+        s->setSpeakerHoldTimes(200, 400);
+        tagPersonInfo* talker = s->persons().at(3);
+        KXScreen_SetCurSpeakPerson(g.h, talker->userID.toLatin1().data());
+        pump();
+        QVERIFY(!g.inPicInPic().contains(talker));
+        QTRY_COMPARE(g.inPicInPic(), QVector<tagPersonInfo*>{talker});
+        g.host().clear();
+        QByteArray id2("sharescreen_u3");
+        void* share2 = KXScreen_AddPerson(g.h, id2.data(), id2.data(), id2.data(), 6000, 0, nullptr, 1);
+        QTRY_COMPARE(s->persons().size(), 8);
+        QVERIFY(s->focusPerson() == sr && g.host().count(KXSCREEN_MSG_SHARE_TIP) == 0);
+        emit pip->notifyClickPicInPicPlayWidget(recordOf(share2));
+        QTRY_COMPARE(g.shown(), QVector<tagPersonInfo*>{recordOf(share2)});
+        QCOMPARE(g.host().count(KXSCREEN_MSG_SHARE_TIP, recordOf(share2)), 1);
+        QCOMPARE(KXScreen_DelPerson(g.h, share2), 1);
+        QTRY_COMPARE(g.shown(), QVector<tagPersonInfo*>{sr});
+        QCOMPARE(g.host().count(KXSCREEN_MSG_SHARE_TIP, sr), 1);
         // The share ends: the layout from before, the window gone.
         QCOMPARE(KXScreen_DelPerson(g.h, share), 1);
         QTRY_VERIFY(!pip->isVisible() && g.inPicInPic().isEmpty());
@@ -527,6 +589,53 @@ private slots:
             const QColor back = g.rec(0)->pWidget->playInfo()->grab().toImage().pixelColor(2, 2);
             QVERIFY2(light ? back.lightness() > 200 : back.lightness() < 80, qPrintable(back.name()));
         }
+    }
+
+    void zoomAndPanAShare_data()
+    {
+        QTest::addColumn<int>("renderer");
+        QTest::newRow("gl") << int(kxrender::Renderer::Gl);
+        QTest::newRow("raster") << int(kxrender::Renderer::Raster);
+    }
+    void zoomAndPanAShare()
+    {
+        // A 1920x1080 share of six blocks 320 wide on the 1281x721 stage: Ctrl+wheel and Ctrl+'+' zoom it about
+        // the middle to 75 % and to actual size, a drag pans it as far as it goes, Ctrl+0 fits it again.
+        // Zoomed in the grid it asks for the large stream, fitted the grid tile's again.
+        QFETCH(int, renderer);
+        kxtilerender::setForTests(kxrender::Renderer(renderer));
+        Gallery g(QSize(1280, 720), 2);
+        QByteArray id("sharescreen_u0");
+        void* share = KXScreen_AddPerson(g.h, id.data(), id.data(), id.data(), 5000, 0, nullptr, 1);
+        tagPersonInfo* sr = recordOf(share);
+        QTRY_COMPARE(g.screen()->focusPerson(), sr);
+        Frame f = Frame::blocks(1920, 1080);
+        QCOMPARE(onHostThread([&]() { return KXScreen_PlayFrame(g.h, share, &f.rec); }), 1);
+        CPlayWidget* tile = sr->pWidget;
+        auto shows = [&](const char* blocks) { // at x = 100, 700 and 1000
+            const QImage img = tile->grabFramebuffer();
+            const int x[] = {100, 700, 1000};
+            for (int i = 0; i < 3; ++i)
+                if (!near(img.pixelColor(x[i], 400), Frame::blockColour(blocks[i] - '0'), 24))
+                    return false;
+            return true;
+        };
+        QTRY_VERIFY(shows("034"));
+        wheel(tile, 120, {640, 360}, Qt::ControlModifier);
+        QCOMPARE(tile->zoomPercent(), 75);
+        QTest::keyClick(tile, Qt::Key_Plus, Qt::ControlModifier);
+        QTRY_VERIFY(tile->zoomPercent() == 100 && shows("134"));
+        mouse(tile, QEvent::MouseButtonPress, {700, 400});
+        mouse(tile, QEvent::MouseMove, {380, 400});
+        mouse(tile, QEvent::MouseMove, {100, 400});
+        QTRY_VERIFY(shows("245"));
+        QTest::keyClick(tile, Qt::Key_0, Qt::ControlModifier);
+        QTRY_VERIFY(!tile->isZoomed() && shows("034"));
+        g.setMode(1);
+        QTest::keyClick(sr->pWidget, Qt::Key_Plus, Qt::ControlModifier);
+        QCOMPARE(sr->iStreamType, 4);
+        QTest::keyClick(sr->pWidget, Qt::Key_0, Qt::ControlModifier);
+        QCOMPARE(sr->iStreamType, 3);
     }
 };
 

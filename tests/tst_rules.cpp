@@ -4,6 +4,7 @@
 // every layout keeps for any gallery size (no overlap, inside the gallery).
 #include "displayorder.h"
 #include "layoutgeometry.h"
+#include "layoutmemory.h"
 #include "pagingrules.h"
 #include "pendingwork.h"
 #include "rendererrule.h"
@@ -248,6 +249,24 @@ private slots:
         QTEST(half < 0 ? shareStageRect(W, H) : splitStageRect(W, H, half), "rect");
     }
 
+    void keptOnScreens_data()
+    {
+        // A 320x208 window dragged to a point, over a 1920x1040 screen and a 1280x680 one to its right.
+        QTest::addColumn<QPoint>("wanted");
+        QTest::addColumn<QPoint>("kept");
+        QTest::newRow("onto the second") << QPoint(2500, 200) << QPoint(2500, 200);
+        QTest::newRow("across both") << QPoint(1800, 100) << QPoint(1800, 100);
+        QTest::newRow("past the far corner") << QPoint(3100, -50) << QPoint(2880, 0);
+        QTest::newRow("below the second: onto it") << QPoint(2500, 900) << QPoint(2500, 472);
+        QTest::newRow("across, below the second: onto the first") << QPoint(1800, 900) << QPoint(1600, 832);
+    }
+    void keptOnScreens()
+    {
+        QFETCH(QPoint, wanted);
+        const QVector<QRect> screens{QRect(0, 0, 1920, 1040), QRect(1920, 0, 1280, 680)};
+        QTEST(keepOnScreens(QRect(wanted, QSize(320, 208)), screens), "kept");
+    }
+
     void letterbox_data()
     {
         // The picture fitted whole into its tile; the derived side is a pixel
@@ -283,6 +302,64 @@ private slots:
         QFETCH(QRect, logical);
         QFETCH(qreal, ratio);
         QTEST(kxvideo::deviceVideoRect(logical, QSize(400, 400), ratio), "device");
+    }
+
+    void zoom_data()
+    {
+        // A share in a 1280x720 tile at a zoom about a centre (picture pixels), then (to > 0) at another
+        // zoom about a point of the tile kept where it was: the part of the picture shown and where.
+        QTest::addColumn<QSize>("picture");
+        QTest::addColumn<int>("percent");
+        QTest::addColumn<QPoint>("centre");
+        QTest::addColumn<int>("to");
+        QTest::addColumn<QPoint>("anchor");
+        QTest::addColumn<QRect>("source");
+        QTest::addColumn<QRect>("target");
+        const QSize hd(1920, 1080);
+        const QRect tile(0, 0, 1280, 720);
+        auto row = [](const char* name, QSize pic, int pc, QPoint c, int to, QPoint a, QRect s, QRect t) {
+            QTest::newRow(name) << pic << pc << c << to << a << s << t;
+        };
+        row("fitted", hd, 0, {960, 540}, 0, {}, {0, 0, 1920, 1080}, tile);
+        row("actual size, kept over the tile", hd, 100, {5000, 100}, 0, {}, {640, 0, 1280, 720}, tile);
+        row("150 %, starting on even pixels", hd, 150, {960, 540}, 0, {}, {534, 300, 853, 480}, tile);
+        row("small: smaller than the tile", {320, 180}, 200, {}, 0, {}, {0, 0, 320, 180}, {320, 180, 640, 360});
+        row("to 200 % about the top-left", hd, 100, {960, 540}, 200, {0, 0}, {320, 180, 640, 360}, tile);
+        row("fit to 100 % about the bottom-right", hd, 0, {}, 100, {1280, 720}, {640, 360, 1280, 720}, tile);
+    }
+    void zoom()
+    {
+        QFETCH(QSize, picture);
+        QFETCH(int, percent);
+        QFETCH(QPoint, centre);
+        QFETCH(int, to);
+        QFETCH(QPoint, anchor);
+        const QSize tile(1280, 720);
+        kxvideo::ZoomView z = kxvideo::zoomView(tile, picture, percent, centre);
+        if (to > 0)
+            z = kxvideo::zoomView(tile, picture, to, kxvideo::zoomAnchor(z, tile, to, anchor));
+        QTEST(z.source, "source");
+        QTEST(z.target, "target");
+    }
+
+    void zoomSteps_data()
+    {
+        // From a zoom (0: fitted) with the fitted scale, steps up or down through the stops above it.
+        QTest::addColumn<int>("percent");
+        QTest::addColumn<double>("fit");
+        QTest::addColumn<int>("steps");
+        QTest::addColumn<int>("zoom");
+        QTest::newRow("fitted at 66.7 %: 75, a stop within 5 % skipped") << 0 << 0.667 << 1 << 75;
+        QTest::newRow("down past the fit: fitted") << 75 << 0.667 << -1 << 0;
+        QTest::newRow("no further than 200 %") << 150 << 0.667 << 5 << 200;
+        QTest::newRow("a small picture: no zoom") << 0 << 2.5 << 1 << 0;
+    }
+    void zoomSteps()
+    {
+        QFETCH(int, percent);
+        QFETCH(double, fit);
+        QFETCH(int, steps);
+        QTEST(kxvideo::zoomStep(percent, fit, steps), "zoom");
     }
 
     void renderer_data()
@@ -439,6 +516,8 @@ private slots:
         QTest::newRow("held 3 s against a new speaker") << "0:A 1500:. 1600:B 4499:. 4500:." << "- A A A B";
         QTest::newRow("talking over each other") << "0:A 1500:. 2000:B 2500:A 3000:B 4000:A 9000:." << "- A A A A A A";
         QTest::newRow("silence keeps the last speaker") << "0:A 1500:. 2000:- 60000:." << "- A A A";
+        // "!B": the host puts B on the stage (voice activation): at once, then held.
+        QTest::newRow("put on the stage at once") << "0:A 100:!B 1600:. 3099:. 3100:." << "- B B B A";
     }
     void speakerHold()
     {
@@ -449,13 +528,70 @@ private slots:
             const qint64 at = r.section(':', 0, 0).toLongLong();
             const QString who = r.section(':', 1);
             const qint64 next = hold.nextChangeAt();
-            who == "." ? hold.tick(at) : hold.report(who == "-" ? QString() : who, at);
+            if (who.startsWith('!'))
+                hold.force(who.mid(1), at);
+            else
+                who == "." ? hold.tick(at) : hold.report(who == "-" ? QString() : who, at);
             // A pending change is announced for exactly when it happens.
             if (next >= 0 && at >= next && who == ".")
                 QCOMPARE(hold.stage(), hold.current());
             got << (hold.stage().isEmpty() ? QStringLiteral("-") : hold.stage());
         }
         QTEST(got.join(' '), "stages");
+    }
+
+    void layoutMemory_data()
+    {
+        // From a layout, events and then the layout and stage share after each: S share, W whiteboard,
+        // P floating window, F full view, L look, begun (+) or ended (-); Cb share b put on the stage,
+        // H6 layout 6 chosen. Whatever the order, the layout from before comes back at the end.
+        QTest::addColumn<int>("start");
+        QTest::addColumn<QString>("events");
+        QTest::addColumn<QString>("layouts");
+        auto row = [](const char* n, int s, const char* e, const char* l) {
+            QTest::newRow(n) << s << QString(e) << QString(l);
+        };
+        row("a share", 5, "S+a S-a", "4a 5");
+        row("two shares overlap", 5, "S+a S+b S-a S-b", "4a 4a 4b 5");
+        row("the first share leaves last", 5, "S+a S+b S-b S-a", "4a 4a 4a 5");
+        row("a click puts the other share on the stage", 2, "S+a S+b Cb S-b S-a", "4a 4a 4b 4a 2");
+        row("a whiteboard over a share", 6, "S+a W+ S-a W-", "4a 4a 4 6");
+        row("a share over a whiteboard", 6, "W+ S+a W- S-a", "4 4a 4a 6");
+        row("the external screen takes the share and gives it back", 3, "W+ S+a S-a W- S+a S-a", "4 4a 4 3 4a 3");
+        row("the floating window, then a share", 1, "P+ S+a P- S-a", "4 4a 4a 1");
+        row("double click on the stage", 8, "S+a F+ F- S-a", "4a 9a 4a 8");
+        row("the floating window beside a full view", 5, "F+ P+ F- P-", "9 9 4 5");
+        row("a look, then a share", 1, "L+ S+a S-a L-", "5 4a 5 1");
+        row("a share, then a look", 1, "S+a L+ S-a L-", "4a 4a 5 1");
+        row("a layout chosen during a share", 5, "S+a H6 S-a", "4a 6a 6");
+        row("a layout chosen, then a second share", 5, "S+a H6 S+b S-b S-a", "4a 6a 4a 6a 6");
+        row("ends of what never began", 5, "S-a W- F-", "5 5 5");
+        row("everything, ended in another order", 7, "L+ S+a W+ P+ F+ S+b F- L- S-a P- W- S-b",
+            "7 4a 4a 4a 9a 4a 4a 4a 4b 4b 4b 7");
+    }
+    void layoutMemory()
+    {
+        QFETCH(int, start);
+        QFETCH(QString, events);
+        LayoutMemory m(start);
+        QStringList got;
+        QSet<QString> open;
+        for (const QString& e : events.split(' ')) {
+            const QString key = e.mid(2);
+            if (e[0] == 'H')
+                m.choose(e.mid(1).toInt());
+            else if (e[0] == 'C')
+                QVERIFY(m.chooseStageShare(e.mid(1)));
+            else if (e[1] == '+')
+                m.begin(LayoutMemory::Cause(QString("SWPFL").indexOf(e[0])), key, m.layout()), open << e[0] + key;
+            else
+                m.end(LayoutMemory::Cause(QString("SWPFL").indexOf(e[0])), key), open.remove(e[0] + key);
+            got << QString::number(m.layout()) + m.stageShare();
+        }
+        QTEST(got.join(' '), "layouts");
+        QCOMPARE(m.isEmpty(), open.isEmpty());
+        if (open.isEmpty() && !events.contains('H'))
+            QCOMPARE(m.layout(), start);
     }
 
     // --- pages ------------------------------------------------------------------

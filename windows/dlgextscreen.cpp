@@ -5,6 +5,7 @@
 #include "modulelog.h"
 #include "qdlgplayinfo.h"
 #include "qkxscreenconfig.h"
+#include "subtitleband.h"
 
 #include <QGuiApplication>
 #include <QScreen>
@@ -23,6 +24,7 @@ QDlgExtScreen::QDlgExtScreen(QWidget* parent)
         if (tagPersonInfo* p = t->personInfo())
             emit notifyClickExtPlayWidget(p);
     });
+    m_pBand = new SubtitleBand(this);
     connect(qApp, &QGuiApplication::screenRemoved, this, [this](QScreen* s) {
         if (s != m_screen)
             return;
@@ -97,4 +99,13 @@ void QDlgExtScreen::resizeEvent(QResizeEvent* e)
 void QDlgExtScreen::placeTile()
 {
     m_pTile->setGeometry(kxlayout::shareStageRect(width(), height()));
+    // As over a tile shown full screen in the gallery: the band at the
+    // bottom of the video.
+    m_pBand->setArea(m_bCaptions ? m_pTile->geometry() : QRect());
+}
+
+void QDlgExtScreen::setCaptionsShown(bool bShown)
+{
+    m_bCaptions = bShown;
+    placeTile();
 }

@@ -5,6 +5,7 @@
 #include <QPointer>
 
 class CPlayWidget;
+class SubtitleBand;
 #include <QScreen>
 struct tagPersonInfo;
 
@@ -32,6 +33,10 @@ public:
     void setPerson(tagPersonInfo* person);
     tagPersonInfo* person() const;
     CPlayWidget* tile() const { return m_pTile; }
+    // The live captions there, over the video, sized by this window; shown
+    // while the gallery says they belong (setCaptionsShown).
+    SubtitleBand* subtitleBand() const { return m_pBand; }
+    void setCaptionsShown(bool bShown);
 
 signals:
     // The window closed itself: its screen was removed.
@@ -48,6 +53,8 @@ private:
     void placeTile();
 
     CPlayWidget* m_pTile = nullptr;
+    SubtitleBand* m_pBand = nullptr;
+    bool m_bCaptions = false;
     QPointer<QScreen> m_screen;
     bool m_bOpen = false;
 };

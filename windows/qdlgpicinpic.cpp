@@ -9,6 +9,7 @@
 #include <QGuiApplication>
 #include <QMouseEvent>
 #include <QScreen>
+#include <QWindow>
 
 namespace {
 constexpr int kMaxTiles = 4;
@@ -17,6 +18,7 @@ constexpr int kMargin = 16; // from the gallery's corner
 
 QDlgPicInPic::QDlgPicInPic(QWidget* parent)
     : QDialog(parent)
+    , m_iOneWidth(kxlayout::kPicInPicWidth)
 {
     setObjectName(QStringLiteral("QDlgPicInPic"));
     // A tool window of the meeting window: above it, without a frame or a
@@ -42,6 +44,13 @@ QDlgPicInPic::QDlgPicInPic(QWidget* parent)
     m_pToggle = button(QStringLiteral("pip_several"));
     m_pPrev = button(QStringLiteral("pagePre"));
     m_pNext = button(QStringLiteral("pageNext"));
+    m_pClose = button(QStringLiteral("close"));
+    m_pClose->setObjectName(QStringLiteral("pipClose"));
+    m_pGrip = button(QStringLiteral("pip_resize"));
+    m_pGrip->setObjectName(QStringLiteral("pipResize"));
+    m_pGrip->setIconPx(14);
+    m_pGrip->setCursor(Qt::SizeFDiagCursor);
+    m_pGrip->installEventFilter(this);
     retranslate();
     connect(m_pToggle, &QAbstractButton::clicked, this, [this]() {
         if (m_bSeveral)
@@ -51,6 +60,9 @@ QDlgPicInPic::QDlgPicInPic(QWidget* parent)
     });
     connect(m_pPrev, &QAbstractButton::clicked, this, [this]() { emit notifyPicInPicChangePage(false); });
     connect(m_pNext, &QAbstractButton::clicked, this, [this]() { emit notifyPicInPicChangePage(true); });
+    // Hidden as a host hides it through its pointer: the gallery hears the
+    // hide, keeps it hidden until the layout changes and stops its video.
+    connect(m_pClose, &QAbstractButton::clicked, this, &QWidget::hide);
     relayout();
     hide();
 }
@@ -127,6 +139,8 @@ void QDlgPicInPic::retranslate()
     name(m_pToggle, m_bSeveral ? kxTranslate("QDlgPicInPic", "Show one") : kxTranslate("QDlgPicInPic", "Show several"));
     name(m_pPrev, kxTranslate("QDlgPicInPic", "Previous"));
     name(m_pNext, kxTranslate("QDlgPicInPic", "Next"));
+    name(m_pClose, kxTranslate("QDlgPicInPic", "Close"));
+    name(m_pGrip, kxTranslate("QDlgPicInPic", "Resize"));
 }
 
 void QDlgPicInPic::changeEvent(QEvent* e)
@@ -138,7 +152,7 @@ void QDlgPicInPic::changeEvent(QEvent* e)
 
 int QDlgPicInPic::pageCount() const
 {
-    return kxlayout::picInPicGeometry(m_bSeveral, m_others.size(), m_iPage).pages;
+    return kxlayout::picInPicGeometry(m_bSeveral, m_others.size(), m_iPage, m_iOneWidth).pages;
 }
 
 void QDlgPicInPic::setPageIndex(int page)
@@ -149,8 +163,11 @@ void QDlgPicInPic::setPageIndex(int page)
 
 void QDlgPicInPic::relayout()
 {
-    const kxlayout::PicInPicGeometry geo = kxlayout::picInPicGeometry(m_bSeveral, m_others.size(), m_iPage);
+    QScreen* s = screen();
+    const kxlayout::PicInPicGeometry geo = kxlayout::picInPicGeometry(
+        m_bSeveral, m_others.size(), m_iPage, m_iOneWidth, s ? s->availableGeometry().width() : 0);
     m_iPage = geo.pageIdx; // people may have left since the page was chosen
+    m_iOneWidth = geo.oneWidth;
     const QVector<tagPersonInfo*> shown =
         m_bSeveral ? m_others.mid(m_iPage * kMaxTiles, kMaxTiles)
                    : (m_pOne ? QVector<tagPersonInfo*>{m_pOne} : QVector<tagPersonInfo*>());
@@ -176,9 +193,52 @@ void QDlgPicInPic::relayout()
     m_pNext->setGeometry(geo.next);
     m_pPrev->setVisible(m_bSeveral && m_iPage > 0);
     m_pNext->setVisible(m_bSeveral && m_iPage + 1 < geo.pages);
-    m_pToggle->raise();
-    m_pPrev->raise();
-    m_pNext->raise();
+    m_pClose->setGeometry(geo.close);
+    m_pGrip->setGeometry(geo.grip);
+    m_pGrip->setVisible(!m_others.isEmpty());
+    for (OverlayButton* b : {m_pToggle, m_pPrev, m_pNext, m_pClose, m_pGrip})
+        b->raise();
+}
+
+void QDlgPicInPic::resizeTo(const QPoint& corner)
+{
+    // The tiles keep 16:9: the width decides, and the window grows and
+    // shrinks from its top-left corner, which stays where it is.
+    const int width = qMax(1, corner.x());
+    m_iOneWidth = m_bSeveral ? width * 4 / 3 : width;
+    relayout();
+}
+
+bool QDlgPicInPic::eventFilter(QObject* watched, QEvent* e)
+{
+    // The grip: a drag resizes (in the window's own coordinates, which every
+    // platform knows), a press and release are no click.
+    if (watched == m_pGrip) {
+        auto* me = static_cast<QMouseEvent*>(e);
+        switch (e->type()) {
+        case QEvent::MouseButtonPress:
+            if (me->button() == Qt::LeftButton)
+                m_ptGrip = QPoint(width(), height()) - m_pGrip->mapTo(this, me->pos());
+            return true;
+        case QEvent::MouseMove:
+            if (me->buttons() & Qt::LeftButton)
+                resizeTo(m_pGrip->mapTo(this, me->pos()) + m_ptGrip);
+            return true;
+        case QEvent::MouseButtonRelease:
+        case QEvent::MouseButtonDblClick:
+            return true;
+        default:
+            break;
+        }
+    }
+    return QDialog::eventFilter(watched, e);
+}
+
+void QDlgPicInPic::moveEvent(QMoveEvent* e)
+{
+    if (m_bSystemMove)
+        m_bMoved = true;
+    QDialog::moveEvent(e);
 }
 
 void QDlgPicInPic::placeBeside(const QRect& galleryGlobal)
@@ -191,9 +251,12 @@ void QDlgPicInPic::placeBeside(const QRect& galleryGlobal)
 void QDlgPicInPic::mousePressEvent(QMouseEvent* e)
 {
     // The window has no frame: it is dragged by its own background (the bar
-    // and the gaps between tiles).
+    // and the gaps between tiles). Where the window system moves windows (a
+    // Wayland compositor, an X11 window manager) the drag is handed to it; it
+    // knows the screens and where the window is. Elsewhere it moves here.
     if (e->button() == Qt::LeftButton) {
-        m_bDragging = true;
+        m_bSystemMove = windowHandle() && windowHandle()->startSystemMove();
+        m_bDragging = !m_bSystemMove;
         m_ptDrag = e->globalPos() - frameGeometry().topLeft();
     }
     QDialog::mousePressEvent(e);
@@ -202,14 +265,11 @@ void QDlgPicInPic::mousePressEvent(QMouseEvent* e)
 void QDlgPicInPic::mouseMoveEvent(QMouseEvent* e)
 {
     if (m_bDragging && (e->buttons() & Qt::LeftButton)) {
-        QPoint to = e->globalPos() - m_ptDrag;
-        // Kept whole on the screen it is on.
-        if (QScreen* s = screen()) {
-            const QRect avail = s->availableGeometry();
-            to.setX(qBound(avail.left(), to.x(), qMax(avail.left(), avail.right() - width() + 1)));
-            to.setY(qBound(avail.top(), to.y(), qMax(avail.top(), avail.bottom() - height() + 1)));
-        }
-        move(to);
+        // Onto any screen, kept within what they show.
+        QVector<QRect> areas;
+        for (QScreen* s : QGuiApplication::screens())
+            areas.append(s->availableGeometry());
+        move(kxlayout::keepOnScreens(QRect(e->globalPos() - m_ptDrag, size()), areas));
         m_bMoved = true;
     }
     QDialog::mouseMoveEvent(e);

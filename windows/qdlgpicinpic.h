@@ -11,7 +11,12 @@ struct tagPersonInfo;
 
 // The floating picture-in-picture window: the participants who are not on the
 // gallery's stage (layouts 4 and 9), in a small frameless window that stays
-// above the meeting window and can be dragged.
+// above the meeting window (where the platform lets a window do that), can
+// be dragged to any screen, resized by its corner and closed.
+//
+// Nothing here needs to know where the window is on the screen: a Wayland
+// compositor places and moves top-level windows itself (the drag is handed
+// to it), and resizing works in the window's own coordinates.
 //
 // It has a pool of four tiles of its own and two states: "one" (a single
 // tile) and "several" (up to four tiles in a column, paged). Its controls and
@@ -43,9 +48,12 @@ public:
     void setPageIndex(int page);
 
     // Opens at the gallery's top-right corner (global rectangle), unless the
-    // user has moved it since it was first shown.
+    // user has moved it since it was first shown. Where the platform does not
+    // let a window place itself, the compositor decides.
     void placeBeside(const QRect& galleryGlobal);
     bool wasMovedByUser() const { return m_bMoved; }
+    // The width of "one" the person chose (the tiles follow it).
+    int oneWidth() const { return m_iOneWidth; }
 
 signals:
     void notifyPicInPicOne();
@@ -54,6 +62,8 @@ signals:
     void notifyClickPicInPicPlayWidget(void* person);
 
 protected:
+    bool eventFilter(QObject* watched, QEvent* e) override;
+    void moveEvent(QMoveEvent* e) override;
     void mousePressEvent(QMouseEvent* e) override;
     void mouseMoveEvent(QMouseEvent* e) override;
     void mouseReleaseEvent(QMouseEvent* e) override;
@@ -64,11 +74,15 @@ protected:
 private:
     void relayout();
     void retranslate();
+    // The grip is dragged: x and y in the window's own coordinates.
+    void resizeTo(const QPoint& corner);
 
     QVector<CPlayWidget*> m_tiles;
     OverlayButton* m_pToggle = nullptr;
     OverlayButton* m_pPrev = nullptr;
     OverlayButton* m_pNext = nullptr;
+    OverlayButton* m_pClose = nullptr;
+    OverlayButton* m_pGrip = nullptr;
     QVector<tagPersonInfo*> m_others;
     tagPersonInfo* m_pOne = nullptr;
     bool m_bSeveral = false;
@@ -76,6 +90,9 @@ private:
     bool m_bMoved = false;
     QPoint m_ptDrag; // offset of the press in the window while dragging; null when not
     bool m_bDragging = false;
+    bool m_bSystemMove = false; // the window system drags it, since the last press
+    QPoint m_ptGrip;            // the grip's press, from the window's bottom-right corner
+    int m_iOneWidth;
 };
 
 #endif
