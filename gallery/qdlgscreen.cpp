@@ -92,6 +92,7 @@ QDlgScreen::QDlgScreen(QWidget* parent)
     m_speakerClock.start();
 
     initModSlotMap();
+    initAccess();
     m_minJoinTime = std::numeric_limits<qint64>::max();
     m_maxJoinTime = 0;
 }
@@ -296,7 +297,8 @@ void QDlgScreen::resizeEvent(QResizeEvent* event)
 
 void QDlgScreen::keyPressEvent(QKeyEvent* event)
 {
-    onKey(event->key());
+    if (!accessKey(event))
+        onKey(event->key());
 }
 
 void QDlgScreen::onKey(int key)

@@ -13,6 +13,7 @@
 #include <QHash>
 #include <QSet>
 #include <QPoint>
+#include <QPointer>
 #include <QRect>
 #include <QStringList>
 #include <QVector>
@@ -49,7 +50,7 @@ struct OrderItem;
 // (stream types and timers), _frame (frame intake), _layout (the layout
 // passes and mode switching), _paging (pages and page controls), _focus (focus,
 // look states, overlay actions), _share (the stage, sharing, the floating
-// window).
+// window), _access (the keyboard and what screen readers are told).
 class QDlgScreen : public QDialog
 {
     Q_OBJECT
@@ -316,6 +317,8 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    bool focusNextPrevChild(bool next) override;
 
 private:
     void InitPlayWidget();
@@ -487,6 +490,33 @@ private:
     QString m_qstrAciveUserID;            // the active speaker on the stage
     bool m_bRetired = false;
     kxwork::PendingWork m_pending;
+
+    // --- the keyboard and screen readers (qdlgscreen_access.cpp) -------------
+    // Tab goes from the gallery to its tiles in reading order (each followed
+    // by its controls), then to the page controls; arrows step through the
+    // tiles, PageUp/PageDown turn pages, Escape leaves. A relayout keeps the
+    // keyboard on its participant when still shown.
+    void initAccess();
+    bool accessKey(QKeyEvent* event); // false: not a key of this kind
+    void beginAccessPass();           // reposPlayWnd, before its pass
+    void endAccessPass();             // and after it
+    // The gallery's visible tiles showing someone, in reading order.
+    QVector<CPlayWidget*> shownTiles() const;
+    CPlayWidget* tileWithKeyboard() const;
+    void placeTilesForReaders();
+    void updateTabChain();
+    void leaveKeyboard();
+    struct AccessPass {
+        int depth = 0;
+        bool inGallery = false;        // the keyboard was in the gallery
+        QPointer<QWidget> focus;       // where exactly
+        tagPersonInfo* person = nullptr; // the participant of its tile, compared only
+        quint64 serial = 0;
+        QVector<tagPersonInfo*> shown; // on the gallery's tiles before the pass
+    } m_access;
+    const tagPersonInfo* m_pStagePerson = nullptr; // compared only, never read
+    QVector<QWidget*> m_tabChain;
+    bool m_bFocusForwarding = false;
 };
 
 #endif

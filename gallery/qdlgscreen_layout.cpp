@@ -149,6 +149,7 @@ void QDlgScreen::reposPlayWnd()
     // touched: hiding and showing it again repainted its picture and its
     // overlay and composed the window, for the same pixels.
     const QVector<TileShowMark> marks = markTilesBeforePass();
+    beginAccessPass();
     beginPassSweep();
     int mode = curMode();
     if (mode < 1 || mode > 9) {
@@ -199,6 +200,7 @@ void QDlgScreen::reposPlayWnd()
         placePicInPic();
     hideTilesNotShownByPass(marks);
     endPassSweep();
+    endAccessPass();
 
     if (m_pCurSelPlayWidget && !m_pCurSelPlayWidget->isVisible())
         m_pCurSelPlayWidget = nullptr;

@@ -1,5 +1,6 @@
 #include "qmypagectrl.h"
 
+#include "focusring.h"
 #include "modulelog.h"
 #include "qkxscreenconfig.h"
 
@@ -62,6 +63,8 @@ void QMyPageCtrl::paintEvent(QPaintEvent* event)
     QPainter painter(this);
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
     painter.drawPixmap(QRect(0, 0, m_pixmap.width(), m_pixmap.height()), m_pixmapDraw);
+    if (hasFocus())
+        kxoverlay::paintFocusRing(painter, rect(), 0, 2, qMin(width(), height()) / 2.0);
 }
 
 void QMyPageCtrl::mousePressEvent(QMouseEvent* event)

@@ -317,6 +317,8 @@ public:
             m_api.SetCurMode(m_screen, arg.toInt());
         } else if (verb == QLatin1String("page")) {
             turnPage(arg);
+        } else if (verb == QLatin1String("focus")) {
+            focusTile(qMax(1, arg.toInt()));
         } else if (verb == QLatin1String("add")) {
             for (int i = 0, n = qMax(1, arg.toInt()); i < n; ++i)
                 m_meeting.addGuest(w.value(2) != QLatin1String("novideo"));
@@ -534,6 +536,33 @@ private:
         for (int i = 0; i < (key == Qt::Key_0 ? 1 : qMax(1, a)); ++i) {
             QKeyEvent press(QEvent::KeyPress, key, Qt::ControlModifier);
             QApplication::sendEvent(tile, &press);
+        }
+    }
+
+    // The gallery is the widget in our area that takes the keyboard by a
+    // click and by Tab (its tiles take it by Tab only).
+    QWidget* galleryWidget() const
+    {
+        for (QWidget* w : m_area->findChildren<QWidget*>())
+            if (w->focusPolicy() == Qt::StrongFocus)
+                return w;
+        return nullptr;
+    }
+
+    // "focus N": the keyboard goes into the gallery as Tab takes it there (to
+    // the first tile), then Right to the N-th tile, as a person would press
+    // the keys; the tile shows its focus ring.
+    void focusTile(int n)
+    {
+        QWidget* gallery = galleryWidget();
+        if (!gallery)
+            return;
+        activateWindow();
+        QApplication::setActiveWindow(this); // also without a window manager (Xvfb)
+        gallery->setFocus(Qt::TabFocusReason);
+        for (int i = 1; i < n && QApplication::focusWidget(); ++i) {
+            QKeyEvent right(QEvent::KeyPress, Qt::Key_Right, Qt::NoModifier);
+            QApplication::sendEvent(QApplication::focusWidget(), &right);
         }
     }
 

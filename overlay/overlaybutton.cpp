@@ -1,8 +1,10 @@
 #include "overlaybutton.h"
 
+#include "focusring.h"
 #include "overlayicons.h"
 
 #include <QFontMetrics>
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPainterPath>
@@ -26,8 +28,8 @@ OverlayButton::OverlayButton(QWidget* parent)
     : QAbstractButton(parent)
 {
     // Clicking a tile control must not take the keyboard from the gallery,
-    // which pages with the arrow keys.
-    setFocusPolicy(Qt::NoFocus);
+    // which pages with the arrow keys; Tab reaches it after its tile.
+    setFocusPolicy(Qt::TabFocus);
     setCursor(Qt::PointingHandCursor);
     setAttribute(Qt::WA_Hover, true);
     setAttribute(Qt::WA_NoSystemBackground, true);
@@ -99,6 +101,20 @@ void OverlayButton::mouseReleaseEvent(QMouseEvent* event)
     QAbstractButton::mouseReleaseEvent(event);
 }
 
+void OverlayButton::keyPressEvent(QKeyEvent* event)
+{
+    // Space clicks (the base class); Return too, as on any button, rather
+    // than reaching the tile, where it would mean a double click. The arrows
+    // are the gallery's (tiles, pages), not a walk through the buttons.
+    const int key = event->key();
+    if (event->modifiers() == Qt::NoModifier && (key == Qt::Key_Return || key == Qt::Key_Enter))
+        click();
+    else if (key == Qt::Key_Left || key == Qt::Key_Right || key == Qt::Key_Up || key == Qt::Key_Down)
+        event->ignore();
+    else
+        QAbstractButton::keyPressEvent(event);
+}
+
 void OverlayButton::paintEvent(QPaintEvent* event)
 {
     Q_UNUSED(event);
@@ -158,4 +174,6 @@ void OverlayButton::paintEvent(QPaintEvent* event)
         painter.setPen(Qt::white);
         painter.drawText(QRect(x0 + iconW + gap, 0, textW + 1, height()), Qt::AlignLeft | Qt::AlignVCenter, label);
     }
+    if (hasFocus())
+        kxoverlay::paintFocusRing(painter, rect(), 0, 2, radius);
 }

@@ -1,5 +1,6 @@
 #include "qdlgplayinfo.h"
 
+#include "focusring.h"
 #include "gallerystate.h"
 #include "kxtranslate.h"
 #include "modulelog.h"
@@ -41,6 +42,21 @@ QColor withAlpha(QColor c, int alpha)
 {
     c.setAlpha(alpha);
     return c;
+}
+
+// Qt announces every assignment to a screen reader; only real changes are made.
+void setAccessibleTexts(QWidget* w, const QString& name, const QString& description)
+{
+    if (w->accessibleName() != name)
+        w->setAccessibleName(name);
+    if (w->accessibleDescription() != description)
+        w->setAccessibleDescription(description);
+}
+
+// The speaking border's width; the focus ring sits inside it.
+int speakingBorder(const kxoverlay::PlayInfoLayout& L)
+{
+    return qMax(2, L.margin * 3 / 4);
 }
 
 } // namespace
@@ -100,6 +116,7 @@ void QDlgPlayInfo::changeEvent(QEvent* event)
         retranslate();
         // The record has not changed, its texts have.
         m_bViewValid = false;
+        m_bSpokenValid = false;
         rebuild();
     }
 }
@@ -168,6 +185,32 @@ bool QDlgPlayInfo::isNoVideo() const
     return m_bNoVideo;
 }
 
+void QDlgPlayInfo::setPlace(const kxaccess::TilePlace& place, const tagPersonInfo* person)
+{
+    if (place == m_place && person == m_pPlaceFor)
+        return;
+    m_place = place;
+    m_pPlaceFor = person;
+    rebuild();
+}
+
+void QDlgPlayInfo::setFocusRing(bool on)
+{
+    if (on == m_bFocusRing)
+        return;
+    m_bFocusRing = on;
+    rebuild();
+}
+
+bool QDlgPlayInfo::openMore()
+{
+    tagPersonInfo* p = livePerson();
+    if (!p || m_pBtnMore->isHidden())
+        return false;
+    emit notifyClickMore(p, packClickPos(m_pBtnMore->mapToGlobal(m_pBtnMore->rect().center())));
+    return true;
+}
+
 QString QDlgPlayInfo::displayName() const
 {
     const tagPersonInfo* person = livePerson();
@@ -233,6 +276,7 @@ QDlgPlayInfo::View QDlgPlayInfo::makeView(const tagPersonInfo* p) const
     View v;
     v.newSkin = QKXScreenConfig::getInstance()->isNewSkin();
     v.spinner = wantsSpinner(p);
+    v.focusRing = m_bFocusRing && p;
     kxoverlay::PlayInfoInput in;
     in.size = size();
     in.video = m_rcVideo;
@@ -319,21 +363,33 @@ QDlgPlayInfo::View QDlgPlayInfo::makeView(const tagPersonInfo* p) const
     if (cfg->showResolution() && !v.placeholder && p->iWidth > 0 && p->iHeight > 0)
         in.resolution = QStringLiteral("%1\u00D7%2").arg(p->iWidth).arg(p->iHeight);
     if (v.unjoined) {
-        switch (p->m_iStatus) {
-        case 1: in.status = kxTranslate("QDlgPlayInfo", "Calling\u2026"); break;
-        case 2: in.status = kxTranslate("QDlgPlayInfo", "No answer"); break;
-        case 3: in.status = kxTranslate("QDlgPlayInfo", "Declined"); break;
-        case 4: in.status = kxTranslate("QDlgPlayInfo", "Busy"); break;
-        case 5: in.status = kxTranslate("QDlgPlayInfo", "Hung up"); break;
-        case 6: in.status = kxTranslate("QDlgPlayInfo", "Call failed"); break;
-        default: in.status = kxTranslate("QDlgPlayInfo", "Not joined"); break;
-        }
+        in.status = kxaccess::callStateText(p->m_iStatus, kxTranslate);
         // Recalling is the host's (or co-host's) decision, and pointless while
         // the call is still ringing.
         in.recall = gallery.hostOrCoHost && p->m_iStatus != 1;
         in.recallText = kxTranslate("QDlgPlayInfo", "Call again");
     }
     v.layout = layoutFor(in);
+
+    kxaccess::TileFacts& f = v.facts;
+    f.kind = v.share ? kxaccess::TileFacts::Share
+                     : v.unjoined ? kxaccess::TileFacts::Invited : kxaccess::TileFacts::Person;
+    f.name = p->userName;
+    f.callState = p->m_iStatus;
+    f.role = p->iRoleType;
+    f.self = p->bSelf;
+    f.hasMic = p->bHasMic;
+    f.muted = p->bMute;
+    f.cameraOff = !p->bPreview;
+    f.speaking = v.speaking;
+    f.weakNetwork = v.netIcon == QLatin1String("net_level_1");
+    f.lockLook = p->bLockLook;
+    f.allLook = p->bAllLook;
+    f.pinned = p->bPinned;
+    f.paused = v.paused;
+    f.sharing = v.sharingBanner;
+    if (m_pPlaceFor == p)
+        f.place = m_place;
     return v;
 }
 
@@ -354,7 +410,7 @@ bool QDlgPlayInfo::View::sameAs(const View& o) const
         && watermark == o.watermark && paused == o.paused && sharingBanner == o.sharingBanner
         && micIcon == o.micIcon
         && netIcon == o.netIcon && initial == o.initial && disc == o.disc && level == o.level
-        && spinner == o.spinner && newSkin == o.newSkin && headKey == o.headKey
+        && spinner == o.spinner && newSkin == o.newSkin && headKey == o.headKey && focusRing == o.focusRing
         && layout == o.layout;
 }
 
@@ -362,6 +418,7 @@ void QDlgPlayInfo::rebuild()
 {
     const tagPersonInfo* p = livePerson();
     View view = makeView(p);
+    publishWords(view.facts, p != nullptr);
     // Every relayout refreshes the overlays of the tiles it keeps. When
     // nothing that the paint or the controls read has changed, the overlay on
     // screen is already right: repainting it would redraw the same pixels and
@@ -385,7 +442,6 @@ void QDlgPlayInfo::rebuild()
                             : p->bMute  ? kxTranslate("QDlgPlayInfo", "Muted")
                                         : kxTranslate("QDlgPlayInfo", "Unmuted");
         m_pBtnMic->setToolTip(tip);
-        m_pBtnMic->setAccessibleName(tip);
         m_pBtnMic->show();
     } else {
         m_pBtnMic->hide();
@@ -409,6 +465,22 @@ void QDlgPlayInfo::rebuild()
         m_pBtnRecall->hide();
     }
     redraw();
+}
+
+void QDlgPlayInfo::publishWords(const kxaccess::TileFacts& facts, bool attached)
+{
+    if (m_bSpokenValid && facts == m_spoken)
+        return;
+    m_spoken = facts;
+    m_bSpokenValid = true;
+    // The words belong to the tile this overlay covers: it is what a screen
+    // reader lists and what takes the keyboard.
+    if (QWidget* tile = parentWidget()) {
+        setAccessibleTexts(tile, attached ? kxaccess::tileName(facts, kxTranslate) : QString(),
+                           attached ? kxaccess::tileDescription(facts, kxTranslate) : QString());
+    }
+    setAccessibleTexts(m_pBtnMic, kxaccess::micActionName(facts.hasMic, facts.muted, kxTranslate),
+                       kxaccess::micStateText(facts.hasMic, facts.muted, kxTranslate));
 }
 
 // ---------------------------------------------------------------------------
@@ -629,9 +701,11 @@ QRegion QDlgPlayInfo::contentRegion() const
     add(L.resolution);
     add(L.status);
     if (m_view.speaking) {
-        const int w = qMax(2, L.margin * 3 / 4) + 1;
+        const int w = speakingBorder(L) + 1;
         r += QRegion(rect()) - rect().adjusted(w, w, -w, -w);
     }
+    if (m_view.focusRing)
+        r += kxoverlay::focusRingRegion(rect(), speakingBorder(L) + 2, 3);
     return r & rect();
 }
 
@@ -706,11 +780,14 @@ void QDlgPlayInfo::paintContent(QPainter& painter)
     if (m_view.speaking) {
         // Who is talking, at a glance: the whole tile framed in the skin's
         // accent, thick enough to see on a small strip tile.
-        const int w = qMax(2, L.margin * 3 / 4);
+        const int w = speakingBorder(L);
         painter.setBrush(Qt::NoBrush);
         painter.setPen(QPen(QColor(QKXScreenConfig::getInstance()->getAccentColor()), w));
         painter.drawRect(QRectF(rect()).adjusted(w / 2.0, w / 2.0, -w / 2.0, -w / 2.0));
     }
+    // The keyboard is here: a ring inside the speaking border, apart from it.
+    if (m_view.focusRing)
+        kxoverlay::paintFocusRing(painter, rect(), speakingBorder(L) + 2, 3, radius * 2 + 2);
 }
 
 void QDlgPlayInfo::paintWatermark(QPainter& painter)

@@ -1,6 +1,7 @@
 #ifndef KX_QDLGPLAYINFO_H
 #define KX_QDLGPLAYINFO_H
 
+#include "accessrules.h"
 #include "playinfolayout.h"
 
 #include <QColor>
@@ -69,6 +70,17 @@ public:
     // the overlay above it too; its content then only has to be laid over the
     // picture again, not drawn.
     void setCacheContent(bool on);
+
+    // Where the tile stands in the gallery that shows it, for the
+    // participant it showed then: part of what a screen reader hears while
+    // the tile still shows that participant.
+    void setPlace(const kxaccess::TilePlace& place, const tagPersonInfo* person);
+    // The tile has the keyboard focus: the focus ring is drawn.
+    void setFocusRing(bool on);
+    bool isFocusRingShown() const { return m_view.focusRing; }
+    // "More" from the keyboard: reported as a click in the middle of the
+    // control. False when the tile shows no "more" control.
+    bool openMore();
 
     // The participant's name (empty when nothing is attached).
     QString displayName() const;
@@ -155,6 +167,9 @@ private:
         bool spinner = false;
         bool newSkin = false;
         qint64 headKey = 0;
+        bool focusRing = false;
+        // What is drawn, as a screen reader gets it (not painted).
+        kxaccess::TileFacts facts;
 
         // Everything a paint or the placing of the controls reads is equal.
         bool sameAs(const View& o) const;
@@ -164,6 +179,9 @@ private:
     tagPersonInfo* livePerson() const;
     // Reads the record, lays the overlay out, places the controls, repaints.
     void rebuild();
+    // Names and describes the tile and the microphone control from the facts
+    // on show, when they changed.
+    void publishWords(const kxaccess::TileFacts& facts, bool attached);
     // The texts that do not follow the record: the controls' tool tips and names.
     void retranslate();
     View makeView(const tagPersonInfo* person) const;
@@ -207,6 +225,11 @@ private:
     bool m_bContentDirty = true;
     QImage m_content;
     QRegion m_contentRegion;
+    kxaccess::TilePlace m_place;
+    const tagPersonInfo* m_pPlaceFor = nullptr; // compared only
+    bool m_bFocusRing = false;
+    kxaccess::TileFacts m_spoken; // the facts the tile's words were made from
+    bool m_bSpokenValid = false;
 };
 
 #endif

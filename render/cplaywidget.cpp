@@ -10,6 +10,7 @@
 #include "tilerenderer.h"
 #include "videoframe.h"
 
+#include <QContextMenuEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPaintEvent>
@@ -44,6 +45,7 @@ CPlayWidget::CPlayWidget(QWidget* parent)
     // key goes on to the gallery.
     setFocusPolicy(Qt::ClickFocus);
     hide();
+    setFocusPolicy(Qt::TabFocus);
     // Made after the surface, so that it lies above it.
     m_pPlayInfo = new QDlgPlayInfo(this);
     // Over a tile that paints on the CPU, every new picture repaints what
@@ -569,27 +571,6 @@ void CPlayWidget::wheelEvent(QWheelEvent* event)
     event->accept();
 }
 
-void CPlayWidget::keyPressEvent(QKeyEvent* event)
-{
-    if ((event->modifiers() & Qt::ControlModifier) && !sharePictureSize().isEmpty()) {
-        switch (event->key()) {
-        case Qt::Key_Plus:
-        case Qt::Key_Equal: // '+' without Shift on most layouts
-            zoomBy(1);
-            return;
-        case Qt::Key_Minus:
-            zoomBy(-1);
-            return;
-        case Qt::Key_0:
-            zoomToFit();
-            return;
-        default:
-            break;
-        }
-    }
-    QWidget::keyPressEvent(event);
-}
-
 void CPlayWidget::mouseDoubleClickEvent(QMouseEvent* event)
 {
     // The base handler is not called: it would treat the event as a press and
@@ -619,6 +600,61 @@ void CPlayWidget::mouseMoveEvent(QMouseEvent* event)
     if (dx > 5 || dy > 5)
         m_pClickTimer->stop();
     QWidget::mouseMoveEvent(event);
+}
+
+void CPlayWidget::keyPressEvent(QKeyEvent* event)
+{
+    if ((event->modifiers() & Qt::ControlModifier) && !sharePictureSize().isEmpty()) {
+        switch (event->key()) {
+        case Qt::Key_Plus:
+        case Qt::Key_Equal: // '+' without Shift on most layouts
+            zoomBy(1);
+            return;
+        case Qt::Key_Minus:
+            zoomBy(-1);
+            return;
+        case Qt::Key_0:
+            zoomToFit();
+            return;
+        default:
+            break;
+        }
+    }
+    const int key = event->key();
+    const bool menu = key == Qt::Key_Menu || (key == Qt::Key_F10 && event->modifiers() == Qt::ShiftModifier);
+    if (event->modifiers() == Qt::NoModifier
+        && (key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Space)) {
+        // The keyboard's double click: whoever handles the mouse's handles it.
+        m_pClickTimer->stop();
+        emit mouseLDClick(this);
+    } else if (!menu || !m_pPlayInfo->openMore()) {
+        event->ignore(); // arrows, pages and the rest are the gallery's
+    }
+}
+
+void CPlayWidget::contextMenuEvent(QContextMenuEvent* event)
+{
+    // The menu key arrives as a key press (handled above) and, on some
+    // platforms, once more as a context menu request: that one is taken here,
+    // so that no window behind opens a menu of its own.
+    if (event->reason() == QContextMenuEvent::Keyboard)
+        event->accept();
+    else
+        event->ignore();
+}
+
+// The ring is the overlay's; the picture under it is not painted again (the
+// base handlers would repaint the whole tile).
+void CPlayWidget::focusInEvent(QFocusEvent* event)
+{
+    Q_UNUSED(event);
+    m_pPlayInfo->setFocusRing(true);
+}
+
+void CPlayWidget::focusOutEvent(QFocusEvent* event)
+{
+    Q_UNUSED(event);
+    m_pPlayInfo->setFocusRing(false);
 }
 
 // ---------------------------------------------------------------------------

@@ -42,6 +42,11 @@ struct TilePicture
 // Frames are written into the record from the host's thread (PlayOneFrame),
 // under the frame lock and then m_mutex; painting happens on the GUI thread
 // under m_mutex only.
+//
+// The tile takes the keyboard by Tab only (a click leaves it where it was):
+// with it, Return or Space does what a double click does and the menu key or
+// Shift+F10 opens "more"; every other key goes on to the window it is in.
+// The overlay names it for screen readers and draws the focus ring.
 class CPlayWidget : public QWidget
 {
     Q_OBJECT
@@ -156,6 +161,9 @@ protected:
     void mouseReleaseEvent(QMouseEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 

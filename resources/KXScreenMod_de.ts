@@ -2,6 +2,13 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="de_DE">
 <context>
+    <name>QDlgExtScreen</name>
+    <message>
+        <source>External screen</source>
+        <translation>Externer Bildschirm</translation>
+    </message>
+</context>
+<context>
     <name>QDlgPicInPic</name>
     <message>
         <source>Show several</source>
@@ -26,6 +33,10 @@
     <message>
         <source>Resize</source>
         <translation>Größe ändern</translation>
+    </message>
+    <message>
+        <source>Floating window</source>
+        <translation>Schwebendes Fenster</translation>
     </message>
 </context>
 <context>
@@ -106,6 +117,100 @@
         <source>You are sharing</source>
         <translation>Sie teilen Ihren Bildschirm</translation>
     </message>
+    <message>
+        <source>%1 (%2)</source>
+        <comment>an invited participant&apos;s name and call state</comment>
+        <translation>%1 (%2)</translation>
+    </message>
+    <message>
+        <source>host</source>
+        <translation>Gastgeber</translation>
+    </message>
+    <message>
+        <source>co-host</source>
+        <translation>Co-Gastgeber</translation>
+    </message>
+    <message>
+        <source>you</source>
+        <translation>Sie</translation>
+    </message>
+    <message>
+        <source>invited</source>
+        <translation>eingeladen</translation>
+    </message>
+    <message>
+        <source>camera off</source>
+        <translation>Kamera aus</translation>
+    </message>
+    <message>
+        <source>speaking</source>
+        <translation>spricht</translation>
+    </message>
+    <message>
+        <source>weak network</source>
+        <translation>schwache Verbindung</translation>
+    </message>
+    <message>
+        <source>everyone watching</source>
+        <translation>für alle im Fokus</translation>
+    </message>
+    <message>
+        <source>view locked</source>
+        <translation>Ansicht fixiert</translation>
+    </message>
+    <message>
+        <source>on the stage</source>
+        <translation>auf der Bühne</translation>
+    </message>
+    <message>
+        <source>pinned</source>
+        <translation>angeheftet</translation>
+    </message>
+    <message>
+        <source>sharing paused</source>
+        <translation>Freigabe angehalten</translation>
+    </message>
+    <message>
+        <source>you are sharing</source>
+        <translation>Sie teilen Ihren Bildschirm</translation>
+    </message>
+    <message>
+        <source>%1 of %2</source>
+        <translation>%1 von %2</translation>
+    </message>
+    <message>
+        <source>page %1 of %2</source>
+        <translation>Seite %1 von %2</translation>
+    </message>
+    <message>
+        <source>, </source>
+        <comment>between the parts of a tile&apos;s spoken description</comment>
+        <translation>, </translation>
+    </message>
+    <message>
+        <source>Microphone</source>
+        <translation>Mikrofon</translation>
+    </message>
+    <message>
+        <source>Unmute</source>
+        <translation>Stummschaltung aufheben</translation>
+    </message>
+    <message>
+        <source>Mute</source>
+        <translation>Stummschalten</translation>
+    </message>
+    <message>
+        <source>no microphone</source>
+        <translation>kein Mikrofon</translation>
+    </message>
+    <message>
+        <source>muted</source>
+        <translation>stummgeschaltet</translation>
+    </message>
+    <message>
+        <source>microphone on</source>
+        <translation>Mikrofon an</translation>
+    </message>
 </context>
 <context>
     <name>QDlgPopupScreen</name>
@@ -119,6 +224,26 @@
     <message>
         <source>%1&apos;s whiteboard</source>
         <translation>Whiteboard von %1</translation>
+    </message>
+    <message>
+        <source>Participants</source>
+        <translation>Teilnehmende</translation>
+    </message>
+    <message>
+        <source>Next page</source>
+        <translation>Nächste Seite</translation>
+    </message>
+    <message>
+        <source>Previous page</source>
+        <translation>Vorherige Seite</translation>
+    </message>
+    <message>
+        <source>Show the small tiles</source>
+        <translation>Kleine Kacheln einblenden</translation>
+    </message>
+    <message>
+        <source>Hide the small tiles</source>
+        <translation>Kleine Kacheln ausblenden</translation>
     </message>
 </context>
 </TS>

@@ -2,6 +2,13 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="en_US">
 <context>
+    <name>QDlgExtScreen</name>
+    <message>
+        <source>External screen</source>
+        <translation>External screen</translation>
+    </message>
+</context>
+<context>
     <name>QDlgPicInPic</name>
     <message>
         <source>Show several</source>
@@ -26,6 +33,10 @@
     <message>
         <source>Resize</source>
         <translation>Resize</translation>
+    </message>
+    <message>
+        <source>Floating window</source>
+        <translation>Floating window</translation>
     </message>
 </context>
 <context>
@@ -106,6 +117,100 @@
         <source>You are sharing</source>
         <translation>You are sharing</translation>
     </message>
+    <message>
+        <source>%1 (%2)</source>
+        <comment>an invited participant&apos;s name and call state</comment>
+        <translation>%1 (%2)</translation>
+    </message>
+    <message>
+        <source>host</source>
+        <translation>host</translation>
+    </message>
+    <message>
+        <source>co-host</source>
+        <translation>co-host</translation>
+    </message>
+    <message>
+        <source>you</source>
+        <translation>you</translation>
+    </message>
+    <message>
+        <source>invited</source>
+        <translation>invited</translation>
+    </message>
+    <message>
+        <source>camera off</source>
+        <translation>camera off</translation>
+    </message>
+    <message>
+        <source>speaking</source>
+        <translation>speaking</translation>
+    </message>
+    <message>
+        <source>weak network</source>
+        <translation>weak network</translation>
+    </message>
+    <message>
+        <source>everyone watching</source>
+        <translation>everyone watching</translation>
+    </message>
+    <message>
+        <source>view locked</source>
+        <translation>view locked</translation>
+    </message>
+    <message>
+        <source>on the stage</source>
+        <translation>on the stage</translation>
+    </message>
+    <message>
+        <source>pinned</source>
+        <translation>pinned</translation>
+    </message>
+    <message>
+        <source>sharing paused</source>
+        <translation>sharing paused</translation>
+    </message>
+    <message>
+        <source>you are sharing</source>
+        <translation>you are sharing</translation>
+    </message>
+    <message>
+        <source>%1 of %2</source>
+        <translation>%1 of %2</translation>
+    </message>
+    <message>
+        <source>page %1 of %2</source>
+        <translation>page %1 of %2</translation>
+    </message>
+    <message>
+        <source>, </source>
+        <comment>between the parts of a tile&apos;s spoken description</comment>
+        <translation>, </translation>
+    </message>
+    <message>
+        <source>Microphone</source>
+        <translation>Microphone</translation>
+    </message>
+    <message>
+        <source>Unmute</source>
+        <translation>Unmute</translation>
+    </message>
+    <message>
+        <source>Mute</source>
+        <translation>Mute</translation>
+    </message>
+    <message>
+        <source>no microphone</source>
+        <translation>no microphone</translation>
+    </message>
+    <message>
+        <source>muted</source>
+        <translation>muted</translation>
+    </message>
+    <message>
+        <source>microphone on</source>
+        <translation>microphone on</translation>
+    </message>
 </context>
 <context>
     <name>QDlgPopupScreen</name>
@@ -119,6 +224,26 @@
     <message>
         <source>%1&apos;s whiteboard</source>
         <translation>%1&apos;s whiteboard</translation>
+    </message>
+    <message>
+        <source>Participants</source>
+        <translation>Participants</translation>
+    </message>
+    <message>
+        <source>Next page</source>
+        <translation>Next page</translation>
+    </message>
+    <message>
+        <source>Previous page</source>
+        <translation>Previous page</translation>
+    </message>
+    <message>
+        <source>Show the small tiles</source>
+        <translation>Show the small tiles</translation>
+    </message>
+    <message>
+        <source>Hide the small tiles</source>
+        <translation>Hide the small tiles</translation>
     </message>
 </context>
 </TS>

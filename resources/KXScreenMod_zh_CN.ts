@@ -2,6 +2,13 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="zh_CN">
 <context>
+    <name>QDlgExtScreen</name>
+    <message>
+        <source>External screen</source>
+        <translation>外接屏幕</translation>
+    </message>
+</context>
+<context>
     <name>QDlgPicInPic</name>
     <message>
         <source>Show several</source>
@@ -26,6 +33,10 @@
     <message>
         <source>Resize</source>
         <translation>调整大小</translation>
+    </message>
+    <message>
+        <source>Floating window</source>
+        <translation>悬浮窗口</translation>
     </message>
 </context>
 <context>
@@ -106,6 +117,100 @@
         <source>You are sharing</source>
         <translation>您正在共享屏幕</translation>
     </message>
+    <message>
+        <source>%1 (%2)</source>
+        <comment>an invited participant&apos;s name and call state</comment>
+        <translation>%1（%2）</translation>
+    </message>
+    <message>
+        <source>host</source>
+        <translation>主持人</translation>
+    </message>
+    <message>
+        <source>co-host</source>
+        <translation>联席主持人</translation>
+    </message>
+    <message>
+        <source>you</source>
+        <translation>我</translation>
+    </message>
+    <message>
+        <source>invited</source>
+        <translation>已邀请</translation>
+    </message>
+    <message>
+        <source>camera off</source>
+        <translation>摄像头已关闭</translation>
+    </message>
+    <message>
+        <source>speaking</source>
+        <translation>正在讲话</translation>
+    </message>
+    <message>
+        <source>weak network</source>
+        <translation>网络较差</translation>
+    </message>
+    <message>
+        <source>everyone watching</source>
+        <translation>全员观看</translation>
+    </message>
+    <message>
+        <source>view locked</source>
+        <translation>已锁定画面</translation>
+    </message>
+    <message>
+        <source>on the stage</source>
+        <translation>在主画面</translation>
+    </message>
+    <message>
+        <source>pinned</source>
+        <translation>已固定</translation>
+    </message>
+    <message>
+        <source>sharing paused</source>
+        <translation>共享已暂停</translation>
+    </message>
+    <message>
+        <source>you are sharing</source>
+        <translation>你正在共享屏幕</translation>
+    </message>
+    <message>
+        <source>%1 of %2</source>
+        <translation>第 %1 位，共 %2 位</translation>
+    </message>
+    <message>
+        <source>page %1 of %2</source>
+        <translation>第 %1 页，共 %2 页</translation>
+    </message>
+    <message>
+        <source>, </source>
+        <comment>between the parts of a tile&apos;s spoken description</comment>
+        <translation>，</translation>
+    </message>
+    <message>
+        <source>Microphone</source>
+        <translation>麦克风</translation>
+    </message>
+    <message>
+        <source>Unmute</source>
+        <translation>取消静音</translation>
+    </message>
+    <message>
+        <source>Mute</source>
+        <translation>静音</translation>
+    </message>
+    <message>
+        <source>no microphone</source>
+        <translation>无麦克风</translation>
+    </message>
+    <message>
+        <source>muted</source>
+        <translation>已静音</translation>
+    </message>
+    <message>
+        <source>microphone on</source>
+        <translation>麦克风已开启</translation>
+    </message>
 </context>
 <context>
     <name>QDlgPopupScreen</name>
@@ -119,6 +224,26 @@
     <message>
         <source>%1&apos;s whiteboard</source>
         <translation>%1 的白板</translation>
+    </message>
+    <message>
+        <source>Participants</source>
+        <translation>参会者</translation>
+    </message>
+    <message>
+        <source>Next page</source>
+        <translation>下一页</translation>
+    </message>
+    <message>
+        <source>Previous page</source>
+        <translation>上一页</translation>
+    </message>
+    <message>
+        <source>Show the small tiles</source>
+        <translation>显示小画面</translation>
+    </message>
+    <message>
+        <source>Hide the small tiles</source>
+        <translation>隐藏小画面</translation>
     </message>
 </context>
 </TS>

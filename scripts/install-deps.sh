@@ -9,7 +9,7 @@ pkgs=(cmake ninja-build g++ clang libclang-rt-14-dev
       qtbase5-dev libqt5svg5-dev qttools5-dev qttools5-dev-tools libqt5opengl5-dev libyuv-dev
       libgl1-mesa-dri libglx-mesa0 mesa-utils xvfb xauth x11-xserver-utils fonts-dejavu-core
       pkg-config libavformat-dev libavcodec-dev libavutil-dev ffmpeg
-      weston qtwayland5)
+      weston qtwayland5 x11-utils dbus-daemon dbus-bin at-spi2-core python3-pyatspi)
 missing=()
 for p in "${pkgs[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

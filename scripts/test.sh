@@ -24,6 +24,8 @@ run_display() {
 cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build build -j"$jobs"
 run_display ctest --test-dir build --output-on-failure -j1
+# What a screen reader reads of the reference host's gallery, over AT-SPI.
+[ "${KX_SKIP_ATSPI:-0}" = "1" ] || scripts/atspi-check.sh
 if [ "${KX_SKIP_WAYLAND:-0}" != "1" ]; then
   # The module on Wayland (qtwayland5): Weston's headless compositor, the
   # reference host's headless runs and the floating window's scenarios of

@@ -17,6 +17,7 @@
 #include "qdlgmain.h"
 #include "qmypagectrl.h"
 
+#include <QAccessible>
 #include <QLoggingCategory>
 #include <mutex>
 #include <QWidget>
@@ -82,6 +83,31 @@ struct ExpectLog
     }
     bool m_was;
 };
+
+// --- what a screen reader gets ----------------------------------------------
+// Accessibility events reach the recorder only while Qt's bridge is on: CTest
+// runs the *_a11y entries so (tests/run_with_a11y.sh); elsewhere a11yOn() is
+// false and those tests skip.
+inline QVector<std::pair<QObject*, QAccessible::Event>>& a11yEvents()
+{
+    static QVector<std::pair<QObject*, QAccessible::Event>> events;
+    return events;
+}
+inline bool a11yOn()
+{
+    QAccessible::installUpdateHandler([](QAccessibleEvent* e) { a11yEvents().append({e->object(), e->type()}); });
+    return qEnvironmentVariableIsSet("QT_LINUX_ACCESSIBILITY_ALWAYS_ON")
+           && QTest::qWaitFor([]() { return QAccessible::isActive(); }, 5000);
+}
+inline int a11yCount(QObject* o, QAccessible::Event type)
+{
+    return int(std::count(a11yEvents().begin(), a11yEvents().end(), std::make_pair(o, type)));
+}
+inline QString a11yText(QObject* o, QAccessible::Text t = QAccessible::Name)
+{
+    QAccessibleInterface* i = QAccessible::queryAccessibleInterface(o);
+    return i ? i->text(t) : QStringLiteral("(none)");
+}
 
 // --- the host function -----------------------------------------------------
 struct HostMsg

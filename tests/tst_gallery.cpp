@@ -8,7 +8,9 @@
 #include "qdlgplayinfo.h"
 #include "tilerenderer.h"
 
+#include <QAbstractButton>
 #include <QAbstractEventDispatcher>
+#include <QLineEdit>
 #include <QScreen>
 #include <QWheelEvent>
 
@@ -577,6 +579,85 @@ private slots:
         QTRY_COMPARE(s->persons().size(), 0);
         QCOMPARE(g.mode(), 1);
         QVERIFY(!s->focusPerson());
+    }
+
+    void keyboardAndScreenReader()
+    {
+        if (!a11yOn())
+            QSKIP("Qt's accessibility bridge is off; CTest runs this as tst_gallery_a11y");
+        Gallery g(QSize(1280, 720), 8);
+        QDlgScreen* s = g.screen();
+        QApplication::setActiveWindow(&g.parent);
+        QAccessibleInterface* list = QAccessible::queryAccessibleInterface(s);
+        auto items = [](QAccessibleInterface* in) {
+            QStringList out;
+            for (int i = 0; i < in->childCount(); ++i)
+                out << in->child(i)->text(QAccessible::Name);
+            return out.join(',');
+        };
+        auto focus = []() { return QApplication::focusWidget(); };
+        auto key = [&](Qt::Key k) { QTest::keyClick(focus(), k), pump(); };
+        auto tile = [&](int i) { return static_cast<QWidget*>(g.rec(i)->pWidget); };
+        // A list of the page's participants as read, then its control; each says where it stands.
+        QCOMPARE(list->role(), QAccessible::List);
+        QCOMPARE(items(list), QString("P0,P1,P2,P3,P4,P5,Next page"));
+        QCOMPARE(a11yText(tile(2), QAccessible::Description), QString("muted, 3 of 8, page 1 of 2"));
+        // Tab from the host's widget enters at the first tile, then its controls; the arrows go through the
+        // tiles as read.
+        QLineEdit before(&g.parent);
+        before.show();
+        before.setFocus();
+        key(Qt::Key_Tab);
+        QCOMPARE(focus(), tile(0));
+        key(Qt::Key_Tab);
+        QCOMPARE(focus(), g.rec(0)->pWidget->playInfo()->micButton());
+        key(Qt::Key_Right);
+        QCOMPARE(focus(), tile(1));
+        // Return is a double click (a pin in the grid): the keyboard stays with its participant, now first.
+        key(Qt::Key_Return);
+        QCOMPARE(g.host().last(KXSCREEN_MSG_DBCLICK_TILE).w, uint64_t(5));
+        QCOMPARE(focus(), tile(1));
+        QCOMPARE(a11yText(tile(1), QAccessible::Description), QString("muted, pinned, 1 of 8, page 1 of 2"));
+        // The menu key is "more" at its control's middle.
+        QWidget* dots = g.rec(1)->pWidget->playInfo()->moreButton();
+        key(Qt::Key_Menu);
+        QCOMPARE(QDlgPlayInfo::unpackClickPos(int(g.host().last(KXSCREEN_MSG_CLICK_MORE).w)),
+                 dots->mapToGlobal(dots->rect().center()));
+        // A page turned from the keyboard: the first tile of the new page; a page control that goes with
+        // the turn hands the keyboard to the first tile of the page it turned to.
+        key(Qt::Key_PageDown);
+        QCOMPARE(focus(), tile(6));
+        QCOMPARE(items(list), QString("P6,P7,Previous page"));
+        QCOMPARE(a11yText(tile(6), QAccessible::Description), QString("muted, 7 of 8, page 2 of 2"));
+        g.ctrl(PagePre)->setFocus();
+        QTRY_COMPARE((key(Qt::Key_Space), s->pageIndex()), 0); // a turn within 80 ms of the last is dropped
+        QCOMPARE(focus(), tile(1));
+        // Escape leaves the gallery for the host's next widget; a change of stage then says nothing.
+        key(Qt::Key_Escape);
+        QCOMPARE(focus(), &before);
+        g.setMode(5);
+        QCOMPARE(a11yCount(s->focusPlayWidget(), QAccessible::Focus), 0);
+        // With the keyboard in the gallery, the new stage takes it and is announced, also in the same tile.
+        s->setFocus(Qt::TabFocusReason);
+        a11yEvents().clear();
+        QByteArray u3("u3"), u4("u4");
+        KXScreen_FocusByUserID(g.h, u3.data());
+        pump();
+        QCOMPARE(focus(), s->focusPlayWidget());
+        KXScreen_FocusByUserID(g.h, u4.data());
+        pump();
+        QCOMPARE(a11yCount(s->focusPlayWidget(), QAccessible::Focus), 2);
+        QCOMPARE(a11yText(s->focusPlayWidget()), QString("P4"));
+        // Unmuted by the host: said once; the floating window's tiles are items too.
+        a11yEvents().clear();
+        KXScreen_SetMute(g.h, g.handles.at(4), 0);
+        pump();
+        QCOMPARE(a11yCount(tile(4), QAccessible::DescriptionChanged), 1);
+        QVERIFY(a11yText(tile(4), QAccessible::Description).startsWith("on the stage, pinned, 5 of 8"));
+        KXScreen_ShowPicInPic(g.h, true);
+        pump();
+        QAccessibleInterface* pip = QAccessible::queryAccessibleInterface(KXScreen_GetPicInPicWidgetPtr(g.h));
+        QVERIFY(pip->childCount() > 1 && pip->child(0)->role() == QAccessible::ListItem);
     }
 
     void skin()

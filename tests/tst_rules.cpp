@@ -2,6 +2,7 @@
 // puts its tiles and the picture, of the display order, paging, stream types,
 // the active speaker and what a frame must be to be copied; and properties
 // every layout keeps for any gallery size (no overlap, inside the gallery).
+#include "accessrules.h"
 #include "displayorder.h"
 #include "layoutgeometry.h"
 #include "layoutmemory.h"
@@ -24,6 +25,15 @@ namespace {
 // right edge is left + w is one pixel wider than w, on purpose.
 QRect E(int l, int t, int r, int b) { return QRect(QPoint(l, t), QPoint(r, b)); }
 const QSize HD(1920, 1080);
+
+// "3 1 4" -> {3, 1, 4}
+QVector<int> ints(const QString& s)
+{
+    QVector<int> out;
+    for (const QString& n : s.split(' ', Qt::SkipEmptyParts))
+        out.append(n.toInt());
+    return out;
+}
 
 // A participant of an ordering row: what the order looks at, by name.
 enum Kind { Video, NoVideo, NoStream, Stalled, Self, Host, SelfHost, Share, Sharer, Invited, TurnedOn, TurnedOff };
@@ -360,6 +370,79 @@ private slots:
         QFETCH(double, fit);
         QFETCH(int, steps);
         QTEST(kxvideo::zoomStep(percent, fit, steps), "zoom");
+    }
+
+    void words_data()
+    {
+        // "[S:|I<state>:]name flags [pos/count[:page/pages]]" -> "name | description"; "mic flags" -> the
+        // microphone control. Flags: h host, c co-host, y you, M muted, X no mic, V camera off, k speaking,
+        // w weak network, A everyone watching, L view locked, T stage, P pinned, Z paused, Y sharing.
+        QTest::addColumn<QString>("facts");
+        QTest::addColumn<QString>("expected");
+        for (const auto& r : std::vector<std::pair<const char*, const char*>>{
+                 {"Ann", "Ann | "}, {"Bo h y M 3/8:1/2", "Bo | host, you, muted, 3 of 8, page 1 of 2"},
+                 {"Cy c X V k w 1/1", "Cy | co-host, no microphone, camera off, speaking, weak network, 1 of 1"},
+                 {"Di A L T P 2/9:2/1", "Di | everyone watching, view locked, on the stage, pinned, 2 of 9"},
+                 {"S:Ann Z M V w 1/5", "Ann's screen | sharing paused, 1 of 5"}, {"S:", "Shared screen | "},
+                 {"I2:Ben M V 7/8:2/2", "Ben (No answer) | invited, 7 of 8, page 2 of 2"},
+                 {"I9:Ben Z", "Ben (Not joined) | invited"}, {"Eve y Y", "Eve | you, you are sharing"}, {"Eve Y Z", "Eve | "},
+                 {"mic", "Mute | microphone on"}, {"mic M", "Unmute | muted"}, {"mic X M", "Microphone | no microphone"}})
+            QTest::newRow(r.first) << QString(r.first) << QString(r.second);
+    }
+
+    void words()
+    {
+        QFETCH(QString, facts);
+        const kxaccess::Translate english = [](const char*, const char* s, const char*) { return QString::fromUtf8(s); };
+        QStringList t = facts.split(' ');
+        kxaccess::TileFacts f;
+        const QString head = t.takeFirst();
+        f.kind = head.startsWith("S:") ? f.Share : head.startsWith("I") && head.contains(':') ? f.Invited : f.Person;
+        f.name = head.section(':', -1);
+        f.callState = head.mid(1).section(':', 0, 0).toInt();
+        bool kxaccess::TileFacts::*const bits[] = {&kxaccess::TileFacts::self, &kxaccess::TileFacts::muted,
+            &kxaccess::TileFacts::cameraOff, &kxaccess::TileFacts::speaking, &kxaccess::TileFacts::weakNetwork,
+            &kxaccess::TileFacts::allLook, &kxaccess::TileFacts::lockLook, &kxaccess::TileFacts::pinned,
+            &kxaccess::TileFacts::paused, &kxaccess::TileFacts::sharing};
+        for (const QString& flag : t) {
+            const QVector<int> at = ints(QString(flag).replace('/', ' ').replace(':', ' '));
+            if (at.size() >= 2)
+                std::tie(f.place.position, f.place.count, f.place.page, f.place.pages) =
+                    std::make_tuple(at[0], at[1], at.value(2), at.value(3));
+            if (flag.size() == 1 && QString("yMVkwALPZY").contains(flag))
+                f.*bits[QString("yMVkwALPZY").indexOf(flag)] = true;
+            f.role = flag == "h" ? 1 : flag == "c" ? 2 : f.role;
+            f.hasMic = f.hasMic && flag != "X";
+            f.place.stage = f.place.stage || flag == "T";
+        }
+        const bool mic = head == "mic";
+        QTEST((mic ? kxaccess::micActionName(f.hasMic, f.muted, english) : tileName(f, english)) + " | "
+                  + (mic ? kxaccess::micStateText(f.hasMic, f.muted, english) : tileDescription(f, english)), "expected");
+    }
+
+    void readingOrder_data()
+    {
+        // Rectangles "x y w h" separated by ";" -> their indices as read.
+        QTest::addColumn<QString>("rects");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("grid rows") << "400 0 400 300;0 0 400 300;0 300 400 300;800 0 400 300" << "1 0 3 2";
+        QTest::newRow("rows sharing an edge pixel") << "0 360 641 361;641 0 641 361;0 0 641 361" << "2 1 0";
+        QTest::newRow("stage, column right") << "900 180 300 180;900 0 300 180;0 60 900 600;900 360 300 180" << "2 1 0 3";
+        QTest::newRow("strip below") << "200 540 200 180;0 0 1280 540;0 540 200 180" << "1 2 0";
+        QTest::newRow("strip above") << "0 180 1280 540;200 0 200 180;0 0 200 180" << "2 1 0";
+        QTest::newRow("none") << "" << "";
+    }
+
+    void readingOrder()
+    {
+        QFETCH(QString, rects);
+        QFETCH(QString, expected);
+        QVector<QRect> r;
+        for (const QString& one : rects.split(';', Qt::SkipEmptyParts)) {
+            const QVector<int> a = ints(one);
+            r.append(QRect(a[0], a[1], a[2], a[3]));
+        }
+        QCOMPARE(kxaccess::readingOrder(r), ints(expected));
     }
 
     void renderer_data()

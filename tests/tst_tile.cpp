@@ -3,6 +3,7 @@
 // detaching, the overlay's states and controls, the weak-network spinner, the
 // page controls and the popup shell. Runs under a display with OpenGL (Xvfb +
 // llvmpipe); CTest runs the pictures again at QT_SCALE_FACTOR=2.
+#include "galleryaccessible.h"
 #include "kxtestkit.h"
 #include "netweakloading.h"
 #include "overlayicons.h"
@@ -401,6 +402,76 @@ private slots:
         QTRY_VERIFY(inv->recallButton()->isHidden());
         // Drawn on the CPU, the window holds no GL widget: one would put all of it through GL composition.
         QCOMPARE(g.parent.findChildren<QOpenGLWidget*>().isEmpty(), raster);
+    }
+
+    void screenReaderAndKeys_data() { rendererRows(); }
+    void screenReaderAndKeys()
+    {
+        QFETCH(QString, renderer);
+        useRenderer(renderer);
+        if (!a11yOn())
+            QSKIP("Qt's accessibility bridge is off; CTest runs this as tst_tile_a11y");
+        kxaccessible::install();
+        auto p = person("u_ann", "Ann");
+        p->bMute = false;
+        p->iRoleType = 2;
+        Stage s(p.get(), QSize(640, 360));
+        QDlgPlayInfo* info = s.info();
+        QAccessibleInterface* tile = QAccessible::queryAccessibleInterface(s.tile);
+        QAccessibleInterface* mic = tile->child(0);
+        QVERIFY(tile->role() == QAccessible::ListItem && mic->parent()->object() == s.tile);
+        // Name | description | the microphone control, named for what a click does; each change is announced
+        // once, a refresh that changes nothing says nothing.
+        const std::vector<std::pair<std::function<void()>, QString>> steps = {
+            {[] {}, "Ann|co-host|Mute"}, {[&] { p->bMute = true; }, "Ann|co-host, muted|Unmute"},
+            {[&] { p->bPreview = false, p->bSpeaking = true; }, "Ann|co-host, muted, camera off, speaking|Unmute"},
+            {[&] { p->bHasMic = false, p->bNetWeak = p->bPinned = true; },
+             "Ann|co-host, no microphone, camera off, speaking, weak network, pinned|Microphone"},
+            {[&] { info->setPlace({true, 3, 8, 1, 2}, p.get()); p->userName = "Ann B"; },
+             "Ann B|co-host, no microphone, camera off, speaking, weak network, on the stage, pinned, 3 of 8, page 1 of 2|Microphone"}};
+        QStringList was{a11yText(s.tile), a11yText(s.tile, QAccessible::Description), a11yText(mic->object())};
+        for (const auto& step : steps) {
+            a11yEvents().clear();
+            step.first();
+            info->refreshDisplay();
+            info->refreshDisplay();
+            const QStringList now{a11yText(s.tile), a11yText(s.tile, QAccessible::Description), a11yText(mic->object())};
+            QCOMPARE(now.join('|'), step.second);
+            QCOMPARE(a11yCount(s.tile, QAccessible::NameChanged), int(now[0] != was[0]));
+            QCOMPARE(a11yCount(s.tile, QAccessible::DescriptionChanged), int(now[1] != was[1]));
+            was = now;
+        }
+        // The keyboard: Return and Space are a double click, Shift+F10 and the menu key "more" at its middle.
+        QApplication::setActiveWindow(&s.host);
+        s.tile->setFocus();
+        QSignalSpy dclick(s.tile, &CPlayWidget::mouseLDClick), more(info, &QDlgPlayInfo::notifyClickMore);
+        for (auto k : std::vector<std::pair<Qt::Key, Qt::KeyboardModifier>>{{Qt::Key_Return, Qt::NoModifier},
+                 {Qt::Key_Space, Qt::NoModifier}, {Qt::Key_Menu, Qt::NoModifier}, {Qt::Key_F10, Qt::ShiftModifier},
+                 {Qt::Key_F10, Qt::NoModifier}})
+            QTest::keyClick(s.tile, k.first, k.second);
+        QCOMPARE(dclick.count() * 10 + more.count(), 22);
+        QWidget* dots = info->moreButton();
+        QCOMPARE(QDlgPlayInfo::unpackClickPos(more.at(1).at(1).toInt()), dots->mapToGlobal(dots->rect().center()));
+        // The focus ring, along the middle row from the left edge in the skin's accent (a) between lines of its
+        // text colour (t), inside the speaking border, in both skins; gone with the focus.
+        QKXScreenConfig* cfg = QKXScreenConfig::getInstance();
+        for (bool light : {true, false}) {
+            cfg->setNewSkin(light);
+            info->refreshDisplay();
+            QString seen;
+            for (bool focus : {true, false}) {
+                focus ? s.tile->setFocus() : s.tile->clearFocus();
+                const QImage img = s.grab();
+                for (int x = 0; x < 30; ++x) {
+                    const QColor c = img.pixelColor(x, 180);
+                    const QChar k = near(c, cfg->getAccentColor(), 24) ? 'a' : near(c, cfg->getTextColor(), 24) ? 't' : ' ';
+                    if (k != ' ' && !seen.endsWith(k))
+                        seen += k;
+                }
+                seen += '/';
+            }
+            QCOMPARE(seen, QString("atat/a/"));
+        }
     }
 
     void popupAndPageControls()
