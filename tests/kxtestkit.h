@@ -247,6 +247,17 @@ inline bool near(const QColor& a, const QColor& b, int tol = 2)
     return qAbs(a.red() - b.red()) <= tol && qAbs(a.green() - b.green()) <= tol && qAbs(a.blue() - b.blue()) <= tol;
 }
 // Pixels of r where a and b differ by more than tol in some channel.
+// The first of Frame::blocks' six blocks not where it belongs along row y of the picture's
+// rectangle video in img, as a failure message; empty when all six are.
+inline QString blocksWrong(const QImage& img, const QRect& video, int y, int tol = 2)
+{
+    for (int b = 0; b < 6; ++b) {
+        const QColor got = img.pixelColor(video.left() + video.width() * (2 * b + 1) / 12, y);
+        if (!near(got, Frame::blockColour(b), tol))
+            return QStringLiteral("block %1 is %2").arg(b).arg(got.name());
+    }
+    return QString();
+}
 inline int differing(const QImage& a, const QImage& b, const QRect& r, int tol = 0)
 {
     int n = 0;

@@ -36,8 +36,8 @@ private slots:
     {
         Gallery g(QSize(1280, 720), 3);
         QDlgScreen* s = g.screen();
-        // No such screen, no gallery, not from a host thread.
-        QCOMPARE(KXScreenExt_Open(g.h, 2) + KXScreenExt_Open(nullptr, 1) + onHostThread([&]() { return KXScreenExt_Open(g.h, 1); }), 0);
+        // No such screen.
+        QCOMPARE(KXScreenExt_Open(g.h, 2), 0);
         QVERIFY(!KXScreenExt_GetWidgetPtr(g.h));
         QCOMPARE(KXScreenExt_Open(g.h, 1) + KXScreenExt_IsOpen(g.h), 2);
         pump();
@@ -71,30 +71,14 @@ private slots:
             QTRY_VERIFY2(!tile->isPictureOutOfDate(), tile == g.rec(2)->pWidget ? "gallery" : "external");
             const QImage img = tile->grabFramebuffer();
             const QRect video = kxlayout::shareStageRect(img.width(), img.height());
-            for (int b = 0; b < 6; ++b)
-                QVERIFY2(near(img.pixelColor(video.left() + video.width() * (2 * b + 1) / 12, img.height() * 3 / 5),
-                              Frame::blockColour(b), 24),
-                         qPrintable(QStringLiteral("block %1").arg(b)));
+            const QString wrong = blocksWrong(img, video, img.height() * 3 / 5, 24);
+            QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
         }
-        // On screen for 17 and 18 even when the room is minimised.
-        g.host().clear();
-        KXScreen_SetMeetingRoomMinimized(g.h, true);
-        pump();
-        s->onVideoMuteTimer();
-        QCOMPARE(g.host().count(KXSCREEN_MSG_REMOTE_VIDEO_CLOSE), 2);
-        QCOMPARE(g.host().count(KXSCREEN_MSG_REMOTE_VIDEO_CLOSE, g.rec(2)), 0);
-        KXScreen_SetMeetingRoomMinimized(g.h, false);
-        // Video off: the avatar, not a frozen picture.
-        KXScreen_Preview(g.h, g.handles.at(2), false);
-        QTRY_VERIFY(extTile(g.h)->playInfo()->isPlaceholderShown());
         // A click there makes that participant the gallery's focus.
         emit qobject_cast<QDlgExtScreen*>(KXScreenExt_GetWidgetPtr(g.h))->notifyClickExtPlayWidget(g.rec(1));
         QTRY_COMPARE(s->persons().first(), g.rec(1));
-        // Its screen goes away: the window closes itself.
-        emit qApp->screenRemoved(second);
-        pump();
-        QVERIFY(!KXScreenExt_IsOpen(g.h) && !KXScreenExt_GetWidgetPtr(g.h) && !w->isVisible());
-        QCOMPARE(KXScreenExt_Open(g.h, 0) + KXScreenExt_Close(g.h) + KXScreenExt_IsOpen(g.h), 2);
+        // Closed (its screen going away: the next test), then opened on the first screen.
+        QCOMPARE(KXScreenExt_Close(g.h) + KXScreenExt_Open(g.h, 0) + KXScreenExt_Close(g.h), 3);
         // A share kept for the external screen (it takes one the gallery shows): there, not in the gallery.
         QCOMPARE(KXScreenExt_Open(g.h, 1) + KXScreenExt_SetUserID(g.h, nullptr), 2);
         void* share = addShare(g.h, "sharescreen_u1");

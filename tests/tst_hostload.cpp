@@ -6,27 +6,13 @@
 
 #include <QElapsedTimer>
 #include <QLibrary>
-#include <QMutex>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QWidget>
 #include <QtTest>
-#include <thread>
 
 namespace {
-QMutex g_lock;
-QVector<unsigned int> g_msgs;
-int hostFunction(unsigned int msg, uint64_t, uint64_t)
-{
-    QMutexLocker lock(&g_lock);
-    g_msgs.append(msg);
-    return 0;
-}
-int received(unsigned int m)
-{
-    QMutexLocker lock(&g_lock);
-    return g_msgs.count(m);
-}
+int hostFunction(unsigned int, uint64_t, uint64_t) { return 0; }
 } // namespace
 
 class TstHostLoad : public QObject

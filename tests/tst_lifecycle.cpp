@@ -12,7 +12,6 @@
 #include <chrono>
 #include <cstdlib>
 #include <stdexcept>
-#include <unistd.h>
 
 // The sanitizers keep freed memory resident (quarantine, shadow memory): the
 // resident-size check is for the plain build.
@@ -30,10 +29,13 @@ namespace {
 
 // Threads (/proc/self/task) and open files (/proc/self/fd) of this process.
 int entries(const char* dir) { return QDir(dir).entryList(QDir::NoDotAndDotDot | QDir::AllEntries).size(); }
-qint64 residentBytes()
+// A size in /proc/self/status ("VmRSS:", "VmHWM:"), in bytes.
+qint64 statusBytes(const char* key)
 {
-    QFile f("/proc/self/statm");
-    return f.open(QIODevice::ReadOnly) ? f.readAll().split(' ').value(1).toLongLong() * sysconf(_SC_PAGESIZE) : -1;
+    QFile f("/proc/self/status");
+    f.open(QIODevice::ReadOnly);
+    const QByteArray s = f.readAll();
+    return s.mid(s.indexOf(key) + 6).trimmed().split(' ').value(0).toLongLong() * 1024;
 }
 
 // Whether every play handle and record of a meeting is gone.
@@ -77,17 +79,10 @@ struct Peak
         QFile f("/proc/self/clear_refs");
         f.open(QIODevice::WriteOnly) && f.write("5");
         f.close();
-        return now();
-    }
-    static qint64 now()
-    {
-        QFile f("/proc/self/status");
-        f.open(QIODevice::ReadOnly);
-        const QByteArray s = f.readAll();
-        return s.mid(s.indexOf("VmHWM:") + 6).trimmed().split(' ').value(0).toLongLong() * 1024;
+        return statusBytes("VmHWM:");
     }
     const qint64 base = reset();
-    qint64 rise() const { return now() - base; }
+    qint64 rise() const { return statusBytes("VmHWM:") - base; }
 };
 
 // Counts the work posted to an object (a settle that keeps asking again shows).
@@ -179,13 +174,14 @@ private slots:
             meeting(c);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         const int widgets = QApplication::allWidgets().size(), callbacks = cfg->callbackCount();
-        const qint64 threads = entries("/proc/self/task"), files = entries("/proc/self/fd"), rss = residentBytes();
+        const qint64 threads = entries("/proc/self/task"), files = entries("/proc/self/fd"),
+                     rss = statusBytes("VmRSS:");
         for (int c = 10; c < 10 + cycles && !QTest::currentTestFailed(); ++c)
             meeting(c);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         pump();
         QTRY_VERIFY(entries("/proc/self/task") <= threads);
-        const qint64 grown = residentBytes() - rss;
+        const qint64 grown = statusBytes("VmRSS:") - rss;
         QCOMPARE(QApplication::allWidgets().size(), widgets);
         QCOMPARE(cfg->callbackCount(), callbacks);
         // no gallery left to hold a freed address
@@ -451,9 +447,12 @@ private slots:
             for (const auto& t : triggers)
                 QTest::addRow("%s, in %s", n, t.first) << r << t.second;
         };
-        row("participant updates", [](void* h, void* p, void*) {
+        row("participant updates, focus and look", [](void* h, void* p, void*) {
             KXScreen_SetMute(h, p, 1), KXScreen_SetVolume(h, p, 12), KXScreen_SetPersonHeadImg(h, p, &head);
             KXScreen_Preview(h, p, false), KXScreen_Preview(h, p, true), KXScreen_GetAllLookUserID(h);
+            KXScreen_FocusByUserID(h, const_cast<char*>("u2")), KXScreen_AllLook(h, p, 1), KXScreen_LockLook(h, p, 1);
+            KXScreen_AllLook(h, p, 0), KXScreen_LockLook(h, p, 0);
+            KXScreen_SetVoiceActivateByUserID(h, const_cast<char*>("u3")), KXScreen_CancelVoiceActivate(h);
         });
         row("frames", [](void* h, void* p, void* o) {
             KXScreen_PlayFrame(h, p, &frame.rec), KXScreen_PlayFrame(h, o, &frame.rec);
@@ -461,11 +460,6 @@ private slots:
         row("layout", [](void* h, void*, void*) {
             KXScreen_SetCurMode(h, 5), KXScreen_ChangeShowPage(h, true), KXScreen_SetCurMode(h, 1);
             KXScreen_MoveWindow(h, QRect(0, 0, 700, 400), KXSCREEN_MOVE_SHOW);
-        });
-        row("focus and look", [](void* h, void* p, void*) {
-            KXScreen_FocusByUserID(h, const_cast<char*>("u2")), KXScreen_AllLook(h, p, 1), KXScreen_LockLook(h, p, 1);
-            KXScreen_AllLook(h, p, 0), KXScreen_LockLook(h, p, 0);
-            KXScreen_SetVoiceActivateByUserID(h, const_cast<char*>("u3")), KXScreen_CancelVoiceActivate(h);
         });
         row("add", [](void* h, void*, void*) { addLate(h, 999); });
         row("remove the named participant", [](void* h, void* p, void*) { KXScreen_DelPerson(h, p); });

@@ -123,6 +123,7 @@ template <typename F> QString forEveryGallery(F check)
 } // namespace
 
 Q_DECLARE_METATYPE(Roster)
+Q_DECLARE_METATYPE(kxaccess::TileFacts)
 Q_DECLARE_METATYPE(QVector<kxorder::PlaceItem>)
 
 class TstRules : public QObject
@@ -167,11 +168,8 @@ private slots:
         };
         row("alone: the whole gallery", 1, QSize(1280, 720), 1, 0, E(0, 0, 1280, 720));
         row("three: the third centred below", 1, HD, 3, 2, E(481, 541, 1439, 1080));
-        row("five: two below, centred", 1, HD, 5, 3, E(321, 541, 959, 899));
-        row("six-cut: right column ends with the big tile", 2, HD, 6, 2, E(1280, 361, 1919, 719));
         row("six-cut: bottom row right", 2, HD, 6, 5, E(1280, 721, 1918, 1081));
         row("eight-cut: under the big tile", 3, HD, 8, 6, E(960, 811, 1438, 1080));
-        row("eight-cut: under the right column", 3, HD, 8, 7, E(1440, 811, 1918, 1080));
         row("eight-cut alone: centred", 3, QSize(1280, 1000), 1, 0, E(0, 140, 1280, 860));
     }
     void grids()
@@ -199,8 +197,6 @@ private slots:
             QTest::newRow(name) << mode << n << hidden << small << r;
         };
         row("bottom: speaker above", 6, 4, false, -1, E(162, 1, 1758, 899));
-        row("top: sixth small of a full strip", 7, 20, false, 5, QRect(1597, 1, 316, 178));
-        row("right: speaker", 5, 4, false, -1, E(-1, 89, 1603, 991));
         row("right: first small, two gaps away", 5, 4, false, 0, QRect(1605, 271, 316, 178));
         row("right, strip hidden: speaker fills", 5, 4, true, -1, E(0, 0, 1920, 1080));
         // The arithmetic puts a hidden strip's tiles past the gallery with no
@@ -265,7 +261,6 @@ private slots:
         QTest::addColumn<QPoint>("wanted");
         QTest::addColumn<QPoint>("kept");
         QTest::newRow("onto the second") << QPoint(2500, 200) << QPoint(2500, 200);
-        QTest::newRow("across both") << QPoint(1800, 100) << QPoint(1800, 100);
         QTest::newRow("past the far corner") << QPoint(3100, -50) << QPoint(2880, 0);
         QTest::newRow("below the second: onto it") << QPoint(2500, 900) << QPoint(2500, 472);
         QTest::newRow("across, below the second: onto the first") << QPoint(1800, 900) << QPoint(1600, 832);
@@ -297,23 +292,6 @@ private slots:
         QTEST(kxvideo::fitVideo(tile.width(), tile.height(), picture.width(), picture.height()), "shown");
     }
 
-    void deviceRect_data()
-    {
-        // The letterbox in device pixels, rows counted from the top, as both renderers draw it.
-        QTest::addColumn<QRect>("logical");
-        QTest::addColumn<qreal>("ratio");
-        QTest::addColumn<QRect>("device");
-        QTest::newRow("1x") << QRect(0, 87, 400, 225) << 1.0 << QRect(0, 88, 400, 225);
-        QTest::newRow("2x") << QRect(0, 87, 400, 225) << 2.0 << QRect(0, 176, 800, 450);
-        QTest::newRow("1.5x") << QRect(0, 87, 400, 225) << 1.5 << QRect(0, 133, 600, 337);
-    }
-    void deviceRect()
-    {
-        QFETCH(QRect, logical);
-        QFETCH(qreal, ratio);
-        QTEST(kxvideo::deviceVideoRect(logical, QSize(400, 400), ratio), "device");
-    }
-
     void zoom_data()
     {
         // A share in a 1280x720 tile at a zoom about a centre (picture pixels), then (to > 0) at another
@@ -330,9 +308,6 @@ private slots:
         auto row = [](const char* name, QSize pic, int pc, QPoint c, int to, QPoint a, QRect s, QRect t) {
             QTest::newRow(name) << pic << pc << c << to << a << s << t;
         };
-        row("fitted", hd, 0, {960, 540}, 0, {}, {0, 0, 1920, 1080}, tile);
-        row("actual size, kept over the tile", hd, 100, {5000, 100}, 0, {}, {640, 0, 1280, 720}, tile);
-        row("150 %, starting on even pixels", hd, 150, {960, 540}, 0, {}, {534, 300, 853, 480}, tile);
         row("small: smaller than the tile", {320, 180}, 200, {}, 0, {}, {0, 0, 320, 180}, {320, 180, 640, 360});
         row("to 200 % about the top-left", hd, 100, {960, 540}, 200, {0, 0}, {320, 180, 640, 360}, tile);
         row("fit to 100 % about the bottom-right", hd, 0, {}, 100, {1280, 720}, {640, 360, 1280, 720}, tile);
@@ -359,7 +334,6 @@ private slots:
         QTest::addColumn<double>("fit");
         QTest::addColumn<int>("steps");
         QTest::addColumn<int>("zoom");
-        QTest::newRow("fitted at 66.7 %: 75, a stop within 5 % skipped") << 0 << 0.667 << 1 << 75;
         QTest::newRow("down past the fit: fitted") << 75 << 0.667 << -1 << 0;
         QTest::newRow("no further than 200 %") << 150 << 0.667 << 5 << 200;
         QTest::newRow("a small picture: no zoom") << 0 << 2.5 << 1 << 0;
@@ -374,50 +348,43 @@ private slots:
 
     void words_data()
     {
-        // "[S:|I<state>:]name flags [pos/count[:page/pages]]" -> "name | description"; "mic flags" -> the
-        // microphone control. Flags: h host, c co-host, y you, M muted, X no mic, V camera off, k speaking,
-        // w weak network, A everyone watching, L view locked, T stage, P pinned, Z paused, Y sharing.
-        QTest::addColumn<QString>("facts");
-        QTest::addColumn<QString>("expected");
-        for (const auto& r : std::vector<std::pair<const char*, const char*>>{
-                 {"Ann", "Ann | "}, {"Bo h y M 3/8:1/2", "Bo | host, you, muted, 3 of 8, page 1 of 2"},
-                 {"Cy c X V k w 1/1", "Cy | co-host, no microphone, camera off, speaking, weak network, 1 of 1"},
-                 {"Di A L T P 2/9:2/1", "Di | everyone watching, view locked, on the stage, pinned, 2 of 9"},
-                 {"S:Ann Z M V w 1/5", "Ann's screen | sharing paused, 1 of 5"}, {"S:", "Shared screen | "},
-                 {"I2:Ben M V 7/8:2/2", "Ben (No answer) | invited, 7 of 8, page 2 of 2"},
-                 {"I9:Ben Z", "Ben (Not joined) | invited"}, {"Eve y Y", "Eve | you, you are sharing"}, {"Eve Y Z", "Eve | "},
-                 {"mic", "Mute | microphone on"}, {"mic M", "Unmute | muted"}, {"mic X M", "Microphone | no microphone"}})
-            QTest::newRow(r.first) << QString(r.first) << QString(r.second);
+        // Bo's tile with some facts set -> what a screen reader hears: its name | its description.
+        QTest::addColumn<kxaccess::TileFacts>("facts");
+        QTest::addColumn<QString>("heard");
+        using F = kxaccess::TileFacts;
+        auto row = [](const char* name, const char* heard, void (*set)(F&)) {
+            F f;
+            f.name = "Bo";
+            set(f);
+            QTest::newRow(name) << f << QString(heard);
+        };
+        row("nothing to say", "Bo | ", [](F&) {});
+        row("host, you, muted, one page of two", "Bo | host, you, muted, 3 of 8, page 1 of 2", [](F& f) {
+            f.role = 1, f.self = f.muted = true, f.place = {false, 3, 8, 1, 2};
+        });
+        row("a single page is not said", "Bo | co-host, no microphone, weak network, 1 of 1", [](F& f) {
+            f.role = 2, f.hasMic = false, f.weakNetwork = true, f.place = {false, 1, 1, 1, 1};
+        });
+        row("looks, the stage, a pin", "Bo | everyone watching, view locked, on the stage, pinned",
+            [](F& f) { f.allLook = f.lockLook = f.pinned = f.place.stage = true; });
+        row("a share: only its pause", "Bo's screen | sharing paused", [](F& f) {
+            f.kind = F::Share, f.paused = f.muted = f.cameraOff = f.weakNetwork = true;
+        });
+        row("invited: the call state", "Bo (No answer) | invited", [](F& f) { f.kind = F::Invited, f.callState = 2; });
+        row("sharing, said to its sharer", "Bo | you, you are sharing", [](F& f) { f.self = f.sharing = true; });
     }
 
     void words()
     {
-        QFETCH(QString, facts);
-        const kxaccess::Translate english = [](const char*, const char* s, const char*) { return QString::fromUtf8(s); };
-        QStringList t = facts.split(' ');
-        kxaccess::TileFacts f;
-        const QString head = t.takeFirst();
-        f.kind = head.startsWith("S:") ? f.Share : head.startsWith("I") && head.contains(':') ? f.Invited : f.Person;
-        f.name = head.section(':', -1);
-        f.callState = head.mid(1).section(':', 0, 0).toInt();
-        bool kxaccess::TileFacts::*const bits[] = {&kxaccess::TileFacts::self, &kxaccess::TileFacts::muted,
-            &kxaccess::TileFacts::cameraOff, &kxaccess::TileFacts::speaking, &kxaccess::TileFacts::weakNetwork,
-            &kxaccess::TileFacts::allLook, &kxaccess::TileFacts::lockLook, &kxaccess::TileFacts::pinned,
-            &kxaccess::TileFacts::paused, &kxaccess::TileFacts::sharing};
-        for (const QString& flag : t) {
-            const QVector<int> at = ints(QString(flag).replace('/', ' ').replace(':', ' '));
-            if (at.size() >= 2)
-                std::tie(f.place.position, f.place.count, f.place.page, f.place.pages) =
-                    std::make_tuple(at[0], at[1], at.value(2), at.value(3));
-            if (flag.size() == 1 && QString("yMVkwALPZY").contains(flag))
-                f.*bits[QString("yMVkwALPZY").indexOf(flag)] = true;
-            f.role = flag == "h" ? 1 : flag == "c" ? 2 : f.role;
-            f.hasMic = f.hasMic && flag != "X";
-            f.place.stage = f.place.stage || flag == "T";
-        }
-        const bool mic = head == "mic";
-        QTEST((mic ? kxaccess::micActionName(f.hasMic, f.muted, english) : tileName(f, english)) + " | "
-                  + (mic ? kxaccess::micStateText(f.hasMic, f.muted, english) : tileDescription(f, english)), "expected");
+        QFETCH(kxaccess::TileFacts, facts);
+        const kxaccess::Translate en = [](const char*, const char* s, const char*) { return QString(s); };
+        QTEST(tileName(facts, en) + " | " + tileDescription(facts, en), "heard");
+        // The microphone control is named for what a click does, its state described.
+        const QString mic = kxaccess::micActionName(facts.hasMic, facts.muted, en) + " | "
+                            + kxaccess::micStateText(facts.hasMic, facts.muted, en);
+        QCOMPARE(mic, !facts.hasMic ? "Microphone | no microphone"
+                      : facts.muted ? "Unmute | muted"
+                                    : "Mute | microphone on");
     }
 
     void readingOrder_data()
@@ -427,9 +394,9 @@ private slots:
         QTest::addColumn<QString>("expected");
         QTest::newRow("grid rows") << "400 0 400 300;0 0 400 300;0 300 400 300;800 0 400 300" << "1 0 3 2";
         QTest::newRow("rows sharing an edge pixel") << "0 360 641 361;641 0 641 361;0 0 641 361" << "2 1 0";
-        QTest::newRow("stage, column right") << "900 180 300 180;900 0 300 180;0 60 900 600;900 360 300 180" << "2 1 0 3";
+        QTest::newRow("stage, column right") << "900 180 300 180;900 0 300 180;0 60 900 600;900 360 300 180"
+                                             << "2 1 0 3";
         QTest::newRow("strip below") << "200 540 200 180;0 0 1280 540;0 540 200 180" << "1 2 0";
-        QTest::newRow("strip above") << "0 180 1280 540;200 0 200 180;0 0 200 180" << "2 1 0";
         QTest::newRow("none") << "" << "";
     }
 
@@ -451,31 +418,22 @@ private slots:
         QTest::addColumn<QString>("env");
         QTest::addColumn<QString>("setting");
         QTest::addColumn<QString>("gl");
-        QTest::addColumn<QString>("renderer");
         QTest::addColumn<QString>("line");
-        auto row = [](const char* n, const char* env, const char* set, const char* gl, const char* r, const char* s) {
-            QTest::newRow(n) << QString(env) << QString(set) << QString(gl) << QString(r) << QString(s);
+        auto row = [](const char* n, const char* env, const char* set, const char* gl, const char* s) {
+            QTest::newRow(n) << QString(env) << QString(set) << QString(gl) << QString(s);
         };
         const char* nv = "NVIDIA GeForce RTX 3060/PCIe/SSE2";
-        row("llvmpipe", "", "", "llvmpipe (LLVM 15.0.6, 256 bits)", "raster",
-            "GL renderer llvmpipe (LLVM 15.0.6, 256 bits): software drawing");
-        row("softpipe", "", "", "softpipe", "raster", "GL renderer softpipe: software drawing");
-        row("classic swrast", "", "", "Software Rasterizer", "raster",
-            "GL renderer Software Rasterizer: software drawing");
-        row("SwiftShader", "", "", "Google SwiftShader", "raster", "GL renderer Google SwiftShader: software drawing");
-        row("WARP", "", "", "ANGLE (Microsoft Basic Render Driver Direct3D11)", "raster",
-            "GL renderer ANGLE (Microsoft Basic Render Driver Direct3D11): software drawing");
-        row("GDI", "", "", "GDI Generic", "raster", "GL renderer GDI Generic: software drawing");
-        row("hardware", "", "", nv, "gl", "GL renderer NVIDIA GeForce RTX 3060/PCIe/SSE2: OpenGL drawing");
-        row("no context", "", "", "-", "raster", "no OpenGL context: software drawing");
-        row("forced gl", "gl", "", "llvmpipe", "gl", "KX_RENDERER=gl: OpenGL drawing");
-        row("forced raster", " Raster ", "", nv, "raster", "KX_RENDERER=Raster: software drawing");
-        row("setting", "", "raster", nv, "raster", "sys_ver.ini renderer=raster: software drawing");
-        row("env over setting", "gl", "raster", "llvmpipe", "gl", "KX_RENDERER=gl: OpenGL drawing");
-        row("env auto over setting", "auto", "raster", nv, "gl",
+        for (const char* sw : {"llvmpipe (LLVM 15.0.6, 256 bits)", "softpipe", "Software Rasterizer",
+                               "Google SwiftShader", "ANGLE (Microsoft Basic Render Driver Direct3D11)", "GDI Generic"})
+            row(sw, "", "", sw, qPrintable(QString("GL renderer %1: software drawing").arg(sw)));
+        row("hardware", "", "", nv, "GL renderer NVIDIA GeForce RTX 3060/PCIe/SSE2: OpenGL drawing");
+        row("no context", "", "", "-", "no OpenGL context: software drawing");
+        row("forced raster", " Raster ", "", nv, "KX_RENDERER=Raster: software drawing");
+        row("setting", "", "raster", nv, "sys_ver.ini renderer=raster: software drawing");
+        row("env over setting", "gl", "raster", "llvmpipe", "KX_RENDERER=gl: OpenGL drawing");
+        row("env auto over setting", "auto", "raster", nv,
             "GL renderer NVIDIA GeForce RTX 3060/PCIe/SSE2: OpenGL drawing");
-        row("setting auto", "", "AUTO", "llvmpipe", "raster", "GL renderer llvmpipe: software drawing");
-        row("unknown env", "vulkan", "gl", "llvmpipe", "gl",
+        row("unknown env", "vulkan", "gl", "llvmpipe",
             "KX_RENDERER=vulkan not understood; sys_ver.ini renderer=gl: OpenGL drawing");
     }
 
@@ -490,8 +448,8 @@ private slots:
             probed = true;
             return gl == "-" ? QString() : gl;
         });
-        QTEST(QString(kxrender::rendererName(c.renderer)), "renderer");
         QCOMPARE(c.reason, line);
+        QCOMPARE(QString(kxrender::rendererName(c.renderer)), line.endsWith("OpenGL drawing") ? "gl" : "raster");
         QCOMPARE(probed, line.contains("GL renderer") || line.contains("no OpenGL context")); // only when left to auto
     }
 
@@ -531,22 +489,17 @@ private slots:
         QTest::addColumn<bool>("focus");
         QTest::addColumn<QStringList>("expected");
         const Roster staff{{"Ann", Video, 1}, {"Me", Self, 2}, {"Hal", Host, 3}, {"Di", NoVideo, 0}};
-        const Roster hosts{{"Ann", Video, 1}, {"Hal", Host, 5}, {"Hugo", Host, 3}, {"Me", Self, 2}};
         auto row = [](const char* name, const Roster& r, bool focus, const char* expected) {
             QTest::newRow(name) << r << focus << QString(expected).split(' ', Qt::SkipEmptyParts);
         };
         row("nobody", {}, false, "");
         row("video first, by join time", {{"Ann", NoVideo, 1}, {"Bo", Video, 5}, {"Cy", Video, 3}, {"Di", NoVideo, 0}},
             false, "Cy Bo Di Ann");
-        row("on without a stream: no video", {{"Ann", NoStream, 1}, {"Bo", Stalled, 2}, {"Cy", Video, 3}}, false,
-            "Cy Ann Bo");
         row("the share, its sharer, then video",
             {{"Ann", Video, 1}, {"Bo", Sharer, 5}, {"Screen", Share, 9}, {"Di", NoVideo, 0}}, false,
             "Screen Bo Ann Di");
         row("grid: host, then self", staff, false, "Hal Me Ann Di");
         row("big tile: self, then host", staff, true, "Me Hal Ann Di");
-        row("two hosts", hosts, true, "Hugo Me Hal Ann");
-        row("a self who hosts: second", {{"Ann", Video, 1}, {"Bo", Video, 2}, {"Me", SelfHost, 0}}, false, "Ann Me Bo");
         row("two just on: in roster order", {{"Ann", Video, 10}, {"Bo", TurnedOn, 2}, {"Cy", TurnedOn, 1}}, false,
             "Ann Bo Cy");
         row("video just off: first without video",
@@ -636,18 +589,13 @@ private slots:
         };
         row("a share", 5, "S+a S-a", "4a 5");
         row("two shares overlap", 5, "S+a S+b S-a S-b", "4a 4a 4b 5");
-        row("the first share leaves last", 5, "S+a S+b S-b S-a", "4a 4a 4a 5");
         row("a click puts the other share on the stage", 2, "S+a S+b Cb S-b S-a", "4a 4a 4b 4a 2");
         row("a whiteboard over a share", 6, "S+a W+ S-a W-", "4a 4a 4 6");
-        row("a share over a whiteboard", 6, "W+ S+a W- S-a", "4 4a 4a 6");
         row("the external screen takes the share and gives it back", 3, "W+ S+a S-a W- S+a S-a", "4 4a 4 3 4a 3");
-        row("the floating window, then a share", 1, "P+ S+a P- S-a", "4 4a 4a 1");
         row("double click on the stage", 8, "S+a F+ F- S-a", "4a 9a 4a 8");
         row("the floating window beside a full view", 5, "F+ P+ F- P-", "9 9 4 5");
         row("a look, then a share", 1, "L+ S+a S-a L-", "5 4a 5 1");
-        row("a share, then a look", 1, "S+a L+ S-a L-", "4a 4a 5 1");
         row("a layout chosen during a share", 5, "S+a H6 S-a", "4a 6a 6");
-        row("a layout chosen, then a second share", 5, "S+a H6 S+b S-b S-a", "4a 6a 4a 6a 6");
         row("ends of what never began", 5, "S-a W- F-", "5 5 5");
         row("everything, ended in another order", 7, "L+ S+a W+ P+ F+ S+b F- L- S-a P- W- S-b",
             "7 4a 4a 4a 9a 4a 4a 4a 4b 4b 4b 7");
@@ -689,7 +637,6 @@ private slots:
             QTest::newRow(name) << mode << n << page << hidden << QString(shown);
         };
         row("grid, first of two pages", 1, 7, 0, false, "pageNext");
-        row("grid, one full page", 1, 6, 0, false, "");
         row("grid, middle page", 1, 13, 1, false, "pagePre,pageNext");
         row("speaker4, middle page", 8, 16, 1, false, "stripPre,stripNext");
         row("bottom strip, one over", 6, 8, 0, false, "stripNext");
@@ -722,7 +669,6 @@ private slots:
         QTest::addColumn<int>("count");
         QTest::addColumn<int>("pages");
         QTest::newRow("grid, nobody") << 1 << 0 << 1;
-        QTest::newRow("grid, six") << 1 << 6 << 1;
         QTest::newRow("grid, seven") << 1 << 7 << 2;
         QTest::newRow("right strip, seven") << 5 << 7 << 1;
         QTest::newRow("right strip, eight") << 5 << 8 << 2;
@@ -845,8 +791,6 @@ private slots:
         QTest::newRow("3x3 one byte short") << QSize(3, 3) << qint64(16) << "length smaller than the picture";
         QTest::newRow("zero width") << QSize(0, 720) << qint64(-1) << "width not positive";
         QTest::newRow("8K") << QSize(7680, 4320) << qint64(-1) << "";
-        QTest::newRow("largest side: too large an area") << QSize(16384, 16384) << qint64(-1)
-                                                          << "area above 7680x4320 pixels";
         QTest::newRow("long and thin") << QSize(16384, 2026) << qint64(-1) << "area above 7680x4320 pixels";
         QTest::newRow("side above 16384") << QSize(16385, 2) << qint64(-1) << "side above 16384 pixels";
     }
