@@ -127,12 +127,16 @@ m G18 gallery/layoutgeometry.cpp 'rc.setBottom(std::min(top + hh - g, big.bottom
       "six-cut right column not snapped to the big tile"
 m G19 gallery/qdlgscreen_stream.cpp '(now - p->addTime) > 10000 &&' '(now - p->addTime) > 100000 &&' \
       "a participant without video waits ahead of the video ten times longer"
+m G20 gallery/layoutmemory.cpp $'if (m_entries.isEmpty())\n        m_home = validMode(current);' 'm_home = validMode(current);' \
+      "a second share overwrites the layout to come back to"
+m G21 gallery/qdlgscreen_focus.cpp $'if (!m_bStageFollowsSpeaker)\n        return;' '' \
+      "the next speaker report undoes a cancelled voice activation"
+m G22 gallery/accessrules.cpp 'if (f.place.pages > 1 && f.place.page > 0)' 'if (f.place.page > 0)' \
+      "a screen reader hears the page of a gallery that has one"
 
 # --- overlay ----------------------------------------------------------------
 m O01 overlay/netweakloading.cpp 'kBudgetMs = 15000;' 'kBudgetMs = 12000;' \
       "spinner gives up too early"
-m O02 overlay/netweakloading.cpp 'if (m_iAngle > 360)' 'if (m_iAngle >= 360)' \
-      "spinner angle sequence loses its upright step"
 m O03 overlay/qdlgplayinfo.cpp '(quint32(global.x()) << 16)' '(quint32(global.x()) << 15)' \
       "click position packed wrongly for the more menu"
 m O04 overlay/playinfolayout.cpp 'qBound(11, qRound(base / 24.0), 18)' 'qBound(8, qRound(base / 24.0), 18)' \
@@ -141,10 +145,11 @@ m O05 overlay/qdlgplayinfo.cpp $'if (m_bViewValid && view.sameAs(m_view))\n     
       "overlay repaints when nothing it shows has changed"
 m O06 overlay/qdlgplayinfo.cpp 'if (m_bContentDirty ||' 'if (true ||' \
       "overlay over a CPU tile draws its content again for every new picture"
+m O07 overlay/qdlgplayinfo.cpp $'if (w->accessibleDescription() != description)\n        w->setAccessibleDescription' \
+      $'w->setAccessibleDescription' \
+      "a refresh that changes nothing is announced to the screen reader"
 
 # --- windows ----------------------------------------------------------------
-m W01 windows/qdlgpopupscreen.cpp 'title->setGeometry(QRect(0, 0, 240, 44));' 'title->setGeometry(QRect(0, 0, 240, 40));' \
-      "popup title strip too short"
 m W02 windows/qdlgpopupscreen.cpp $'? QStringLiteral("#FFFFFF")\n                                  : QStringLiteral("#2A2E36");' \
       $'? QStringLiteral("#2A2E36")\n                                  : QStringLiteral("#FFFFFF");' \
       "popup colours of the two skins swapped"
