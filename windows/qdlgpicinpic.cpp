@@ -214,15 +214,16 @@ bool QDlgPicInPic::eventFilter(QObject* watched, QEvent* e)
     // The grip: a drag resizes (in the window's own coordinates, which every
     // platform knows), a press and release are no click.
     if (watched == m_pGrip) {
-        auto* me = static_cast<QMouseEvent*>(e);
+        // Cast only once the type says it is a mouse event.
+        auto mouse = [e]() { return static_cast<QMouseEvent*>(e); };
         switch (e->type()) {
         case QEvent::MouseButtonPress:
-            if (me->button() == Qt::LeftButton)
-                m_ptGrip = QPoint(width(), height()) - m_pGrip->mapTo(this, me->pos());
+            if (mouse()->button() == Qt::LeftButton)
+                m_ptGrip = QPoint(width(), height()) - m_pGrip->mapTo(this, mouse()->pos());
             return true;
         case QEvent::MouseMove:
-            if (me->buttons() & Qt::LeftButton)
-                resizeTo(m_pGrip->mapTo(this, me->pos()) + m_ptGrip);
+            if (mouse()->buttons() & Qt::LeftButton)
+                resizeTo(m_pGrip->mapTo(this, mouse()->pos()) + m_ptGrip);
             return true;
         case QEvent::MouseButtonRelease:
         case QEvent::MouseButtonDblClick:
