@@ -92,6 +92,16 @@ void settle(KXScreenHandle* h)
     }
     delete h;
     pruneFreedRecords();
+    bool last = false;
+    {
+        std::lock_guard<std::mutex> lock(g_handlesLock);
+        last = handles().isEmpty();
+    }
+    // With no gallery left nobody reads what the last Init asked the settings
+    // reader for: it is waited for now (one small file) rather than at the
+    // unload, which a host that keeps the library loaded may never reach.
+    if (last)
+        cfg->waitForSettings();
 }
 
 // From any thread: settles on the interface thread's next turn, once per

@@ -142,9 +142,14 @@ void QKXScreenConfig::getLoadingParam()
     // The disk is read on a thread of its own so that KXScreen_Init does not
     // wait for it (only, if it is still going, for the read the Init before
     // started); the two flags are written once and read without a lock.
+    waitForSettings();
+    m_settingsReader = std::thread([this]() { loadSettingsNow(); });
+}
+
+void QKXScreenConfig::waitForSettings()
+{
     if (m_settingsReader.joinable())
         m_settingsReader.join();
-    m_settingsReader = std::thread([this]() { loadSettingsNow(); });
 }
 
 void QKXScreenConfig::loadSettingsNow()

@@ -46,9 +46,12 @@ public:
     // --- settings file -------------------------------------------------------
     void setBaseDir(const QString& dir);
     QString baseDir() const;
-    // Reads baseDir + "/user_data/sys_ver.ini" on a detached thread.
+    // Reads baseDir + "/user_data/sys_ver.ini" on a thread of its own
+    // (interface thread; waits for the read an earlier call started).
     void getLoadingParam();
-    // The same read, on the calling thread (used by the detached thread).
+    // Waits for that read, if one is going (interface thread).
+    void waitForSettings();
+    // The same read, on the calling thread (used by the reader thread).
     void loadSettingsNow();
     bool cacheEveryFrame() const { return m_bCacheFrame.load(); }
     // The file's "version/renderer" (how tiles draw), read at once: that is

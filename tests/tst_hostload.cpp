@@ -26,7 +26,8 @@ private slots:
     {
         // Init reads the settings file on a thread of its own; the host
         // releases the gallery and unloads the library at once, while that
-        // thread still reads a settings file large enough to take a while.
+        // thread still reads a settings file large enough to take a while:
+        // no code of the library may run after the unload.
         QTemporaryDir dir;
         QFile ini(dir.path() + "/user_data/sys_ver.ini");
         QVERIFY(QDir().mkpath(dir.path() + "/user_data") && ini.open(QIODevice::WriteOnly));
