@@ -132,6 +132,9 @@ void* operator new(std::size_t n)
         return p;
     throw std::bad_alloc();
 }
+// The sanitizers bring their own of every other form: the nothrow one (a
+// stable sort's buffer) must come from the same allocator as the delete above.
+void* operator new(std::size_t n, const std::nothrow_t&) noexcept { return std::malloc(n ? n : 1); }
 void operator delete(void* p) noexcept { std::free(p); }
 void operator delete(void* p, std::size_t n) noexcept
 {
