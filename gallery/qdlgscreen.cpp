@@ -1,5 +1,7 @@
 #include "qdlgscreen.h"
 
+#include "galleryaccessible.h"
+
 #include "cplaywidget.h"
 #include "dlgextscreen.h"
 #include "kxsync.h"
@@ -40,6 +42,10 @@ QDlgScreen::QDlgScreen(QWidget* parent)
     , m_minJoinTime(std::numeric_limits<qint64>::max())
     , m_maxJoinTime(0)
 {
+    // Before any widget of ours exists: Qt keeps the first interface it makes
+    // for a widget, and a screen reader that is already listening makes one
+    // for every control that gets its name.
+    kxaccessible::install();
     ui->setupUi(this);
     m_pPicInPic = new QDlgPicInPic(this);
     // The host holds the window too (GetPicInPicWidgetPtr) and may show, hide

@@ -21,7 +21,6 @@
 
 void QDlgScreen::initAccess()
 {
-    kxaccessible::install();
     // Buttons for the keyboard too: Tab reaches them after the tiles.
     for (int i = 0; pageCtrl(i); ++i)
         pageCtrl(i)->setFocusPolicy(Qt::TabFocus);

@@ -380,6 +380,7 @@ private slots:
         QAccessibleInterface* tile = QAccessible::queryAccessibleInterface(s.tile);
         QAccessibleInterface* mic = tile->child(0);
         QVERIFY(tile->role() == QAccessible::ListItem && mic->parent()->object() == s.tile);
+        QCOMPARE(a11yText(info->moreButton(), QAccessible::Description), QString()); // not its tooltip again
         // Name | description | the microphone control, named for what a click does (the words themselves are
         // the rules test's); each change is announced once, a refresh that changes nothing says nothing.
         const std::vector<std::pair<std::function<void()>, QString>> steps = {
