@@ -168,6 +168,7 @@ private slots:
         };
         row("alone: the whole gallery", 1, QSize(1280, 720), 1, 0, E(0, 0, 1280, 720));
         row("three: the third centred below", 1, HD, 3, 2, E(481, 541, 1439, 1080));
+        row("six-cut: right column ends with the big tile", 2, HD, 6, 2, E(1280, 361, 1919, 719));
         row("six-cut: bottom row right", 2, HD, 6, 5, E(1280, 721, 1918, 1081));
         row("eight-cut: under the big tile", 3, HD, 8, 6, E(960, 811, 1438, 1080));
         row("eight-cut alone: centred", 3, QSize(1280, 1000), 1, 0, E(0, 140, 1280, 860));
@@ -379,12 +380,6 @@ private slots:
         QFETCH(kxaccess::TileFacts, facts);
         const kxaccess::Translate en = [](const char*, const char* s, const char*) { return QString(s); };
         QTEST(tileName(facts, en) + " | " + tileDescription(facts, en), "heard");
-        // The microphone control is named for what a click does, its state described.
-        const QString mic = kxaccess::micActionName(facts.hasMic, facts.muted, en) + " | "
-                            + kxaccess::micStateText(facts.hasMic, facts.muted, en);
-        QCOMPARE(mic, !facts.hasMic ? "Microphone | no microphone"
-                      : facts.muted ? "Unmute | muted"
-                                    : "Mute | microphone on");
     }
 
     void readingOrder_data()
@@ -637,6 +632,7 @@ private slots:
             QTest::newRow(name) << mode << n << page << hidden << QString(shown);
         };
         row("grid, first of two pages", 1, 7, 0, false, "pageNext");
+        row("grid, the last of two full pages", 1, 12, 1, false, "pagePre");
         row("grid, middle page", 1, 13, 1, false, "pagePre,pageNext");
         row("speaker4, middle page", 8, 16, 1, false, "stripPre,stripNext");
         row("bottom strip, one over", 6, 8, 0, false, "stripNext");
@@ -727,6 +723,8 @@ private slots:
         QTest::newRow("focus at the head") << 0 << 0 << 14 << 0 << QVector<int>{1, 2, 3, 4, 5, 6};
         QTest::newRow("focus inside the first page") << 0 << 5 << 14 << 0 << QVector<int>{0, 1, 2, 3, 4, 6};
         QTest::newRow("past the end: lowered") << 3 << 0 << 14 << 2 << QVector<int>{13};
+        QTest::newRow("only the focus past the page: lowered")
+            << 2 << 12 << 13 << 1 << QVector<int>{6, 7, 8, 9, 10, 11};
     }
     void strip()
     {

@@ -386,8 +386,10 @@ private slots:
         const std::vector<std::pair<std::function<void()>, QString>> steps = {
             {[] {}, "Ann|co-host|Mute"}, {[&] { p->bMute = true; }, "Ann|co-host, muted|Unmute"},
             {[&] { p->bPreview = false, p->bSpeaking = true; }, "Ann|co-host, muted, camera off, speaking|Unmute"},
-            {[&] { info->setPlace({true, 3, 8, 1, 2}, p.get()), p->userName = "Ann B"; },
-             "Ann B|co-host, muted, camera off, speaking, on the stage, 3 of 8, page 1 of 2|Unmute"}};
+            {[&] { p->bHasMic = false, p->userName = "Ann B"; },
+             "Ann B|co-host, no microphone, camera off, speaking|Microphone"},
+            {[&] { info->setPlace({true, 3, 8, 1, 2}, p.get()); },
+             "Ann B|co-host, no microphone, camera off, speaking, on the stage, 3 of 8, page 1 of 2|Microphone"}};
         auto heard = [&]() {
             return QStringList{a11yText(s.tile), a11yText(s.tile, QAccessible::Description), a11yText(mic->object())};
         };
