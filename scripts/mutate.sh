@@ -72,8 +72,8 @@ m R04 render/videoframe.cpp 'if (width > kMaxFrameSide || height > kMaxFrameSide
       "frames of the largest side taken no more"
 m R05 render/cplaywidget.cpp 'if (dx > 5 || dy > 5)' 'if (dx > 50 || dy > 50)' \
       "a drag still yields a click"
-m R06 render/tileglsurface.cpp $'0.0f, 1.0f,\n    1.0f, 1.0f,\n    0.0f, 0.0f,\n    1.0f, 0.0f,' \
-      $'0.0f, 0.0f,\n    1.0f, 0.0f,\n    0.0f, 1.0f,\n    1.0f, 1.0f,' \
+m R06 render/tileglsurface.cpp $'{GLfloat(u0), GLfloat(v1), GLfloat(u1), GLfloat(v1),\n                                GLfloat(u0), GLfloat(v0), GLfloat(u1), GLfloat(v0)}' \
+      $'{GLfloat(u0), GLfloat(v0), GLfloat(u1), GLfloat(v0),\n                                GLfloat(u0), GLfloat(v1), GLfloat(u1), GLfloat(v1)}' \
       "picture drawn upside down"
 m R07 render/cplaywidget.cpp 'if (!newPerson && wasShare) {' 'if (false && wasShare) {' \
       "a detached share leaves its last picture up"
